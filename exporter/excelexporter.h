@@ -1,0 +1,83 @@
+#pragma once
+
+#include "abstractplugin.h"
+#include "cellwriter.h"
+#include "emgcollector.h"
+#include "headerlists.h"
+#include "partfile.h"
+#include "sheetcatalogue.h"
+
+#include <QList>
+#include <QObject>
+#include <QPair>
+#include <QString>
+
+#include <array>
+#include <memory>
+
+class AbstractSettingsSynchronizer;
+class AbstractTaviStudioPluginInterface;
+class ConcreteTaviPose;
+
+// One export of the open recording into an .xlsx workbook. The host calls initialize once
+// with the target file, exportFrame for every frame in order, then finalize. Every worksheet
+// streams into its own part file in a temporary folder (target + "_fldr/") while frames
+// arrive; finalize writes the remaining package parts and packs them into the target.
+class ExcelExporter : public QObject, public AbstractExporter
+{
+    Q_OBJECT
+
+public:
+    ExcelExporter(AbstractTaviStudioPluginInterface& host, AbstractSettingsSynchronizer* settings);
+    ~ExcelExporter() override;
+
+    bool initialize(const QString& fileName) override;
+    bool exportFrame(int frame) override;
+    // Returns false on every path; a failure shows in lastError() only.
+    bool finalize(bool abort) override;
+    QString lastError() const override;
+
+    // Whether the frame is written under the frame skip; records the first frame.
+    bool useThisFrame(int frame);
+    // Finishes open part files and removes the temporary folder.
+    void cleanup();
+
+private:
+    void loadSettings();
+    bool enabled(SheetId id) const { return m_sheetEnabled[switchIndex(id)]; }
+    void setEnabled(SheetId id, bool on) { m_sheetEnabled[switchIndex(id)] = on; }
+    xlsx::PartFile& sheetFile(SheetId id) { return m_sheetFiles[dataSheetSlot(id)]; }
+    int rowSpan(RowSpan span) const;
+
+    void initializeSession(const QString& fileName);
+    void createDataSheet(SheetId id, const QStringList& headers, int lastRow, const ConcreteTaviPose* framePose);
+    void writeGeneralInformation(xlsx::PartFile& file);
+    void writeFrameRows(int frame, const ConcreteTaviPose* pose, int segmentCount, int row);
+    void writeSheetRow(SheetId id, int frame, const ConcreteTaviPose* pose, int segmentCount, int row);
+    void writeFingerSegments(SheetId id, const ConcreteTaviPose* pose, int segmentCount, int row);
+    void writeFingerJoints(SheetId id, const ConcreteTaviPose* pose, int jointCount, int row);
+    void writeExternalRows(int frame, int row);
+    void assemblePackage();
+    void writeMarkersSheet();
+
+    AbstractTaviStudioPluginInterface& m_host;
+    AbstractSettingsSynchronizer* m_settings;
+    bool m_initialized = false;
+    int m_frameSkip = 0;
+    int m_firstExportedFrame = 0;
+    int m_rowCount = 0;
+    int m_nextRow = 0;
+    int m_nextExternalRow = 0;
+    int m_nextSheetNumber = 0;
+    // Final lengths of the segment, quaternion, joint and ergonomic header lists.
+    std::array<int, 4> m_columnCounts{};
+    QString m_targetPath;
+    QString m_tempFolder;
+    QString m_lastErrorText;
+    std::array<xlsx::PartFile, DataSheetCount> m_sheetFiles;
+    std::array<bool, SheetSwitchCount> m_sheetEnabled{};
+    EmgCollector m_emgCollector;
+    xlsx::CellWriter m_cells;
+    QList<QPair<int, QString>> m_markerList;
+    bool m_hasFingerTracking = false;
+};

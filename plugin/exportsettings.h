@@ -1,0 +1,31 @@
+#pragma once
+
+// The export settings: "frameSkip" and one switch per worksheet of the catalogue, registered
+// with the host's settings store by the factory and read by each exporter at initialize.
+
+#include "../exporter/sheetcatalogue.h"
+
+#include <QMap>
+#include <QString>
+#include <QVariant>
+
+#include <array>
+
+class AbstractSettingsSynchronizer;
+
+inline constexpr const char* FrameSkipKey = "frameSkip";
+
+// The 21 keys with their defaults ("frameSkip" int 0, every sheet key bool true).
+QMap<QString, QVariant> exportSettingDefaults();
+// The 21 keys with their descriptions (each sheet key's description is its tab title).
+QMap<QString, QString> exportSettingDescriptions();
+
+struct ExportSettings
+{
+    int frameSkip = 0;
+    std::array<bool, SheetSwitchCount> sheetEnabled{};  // indexed by switchIndex()
+};
+
+// Reads "frameSkip", then the data-sheet switches in catalogue order, then "markers". No
+// validation: a value that does not convert reads 0 or false. A null store reads nothing.
+ExportSettings loadExportSettings(const AbstractSettingsSynchronizer* store);
