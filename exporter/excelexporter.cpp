@@ -1,0 +1,200 @@
+#include "excelexporter.h"
+
+#include "abstractsettingssynchronizer.h"
+#include "abstracttavistudioplugininterface.h"
+#include "exportsettings.h"
+#include "vantor_quaternion.h"
+#include "worksheet.h"
+
+#include <QDir>
+
+#include <exception>
+#include <new>
+#include <stdexcept>
+
+ExcelExporter::ExcelExporter(AbstractTaviStudioPluginInterface& host, AbstractSettingsSynchronizer* settings)
+    : m_host(host), m_settings(settings)
+{
+}
+
+ExcelExporter::~ExcelExporter()
+{
+    cleanup();
+}
+
+QString ExcelExporter::lastError() const
+{
+    return m_lastErrorText;
+}
+
+QString ExcelExporter::describeFailure(const std::exception_ptr& failure) const
+{
+    try {
+        std::rethrow_exception(failure);
+    } catch (const std::bad_alloc& e) {
+        return tr("Exception encountered: %1\nYou could retry with a smaller data set.\nMemory cleanup may take a while.")
+            .arg(QString::fromUtf8(e.what()));
+    } catch (const std::runtime_error& e) {
+        return tr("Exception encountered: %1").arg(QString::fromUtf8(e.what()));
+    } catch (...) {
+        return tr("Unknown exception encountered");
+    }
+}
+
+void ExcelExporter::loadSettings()
+{
+    const ExportSettings settings = loadExportSettings(m_settings);
+    // A negative skip (the options page stores -1 when nothing is selected) exports every frame.
+    m_frameSkip = settings.frameSkip < 0 ? 0 : settings.frameSkip;
+    m_sheetEnabled = settings.sheetEnabled;
+}
+
+bool ExcelExporter::initialize(const QString& fileName)
+{
+    m_host.logUsageEvent(QStringLiteral("FileExportedExcel"));
+    try {
+        initializeSession(fileName);
+        m_initialized = true;
+        return true;
+    } catch (const std::exception& e) {
+        m_lastErrorText = QString::fromUtf8(e.what());
+    } catch (...) {
+    }
+    cleanup();
+    return false;
+}
+
+void ExcelExporter::initializeSession(const QString& fileName)
+{
+    m_initialized = false;
+    for (xlsx::PartFile& file : m_sheetFiles)
+        file.abandon();
+    loadSettings();
+    m_targetPath = fileName;
+    m_cells.reset();
+    m_nextSheetNumber = 1;
+    m_markerList.clear();
+    m_tempFolder = fileName + QStringLiteral("_fldr/");
+    // A folder that cannot be made shows up as a part file that cannot be created.
+    QDir().mkpath(m_tempFolder);
+    m_rowCount = m_host.frameCount() / (m_frameSkip + 1);
+
+    xlsx::PartFile generalInformation;
+    xlsx::createSheetFile(generalInformation, m_nextSheetNumber++, m_tempFolder, 6, 2);
+
+    const HeaderLists headers = buildHeaderLists(m_host);
+    m_hasFingerTracking = headers.hasFingerTracking;
+    m_columnCounts = {static_cast<int>(headers.segment.size()), static_cast<int>(headers.quaternion.size()),
+                      static_cast<int>(headers.joint.size()), static_cast<int>(headers.ergonomic.size())};
+
+    // The Markers sheet is written by finalize; it only takes its number now.
+    if (enabled(SheetId::Markers))
+        ++m_nextSheetNumber;
+
+    // Frame 0 decides whether there is a global position and which sensor columns are hidden.
+    const std::unique_ptr<TaviPoseObject> firstPose = m_host.pose(0);
+    const ConcreteTaviPose* firstPoseData = firstPose ? firstPose->pose() : nullptr;
+    const int firstPoseSegments = firstPose ? firstPose->segmentStateCount() : 0;
+    m_writeExternalRows = false;
+
+    for (int slot = 0; slot < DataSheetCount; ++slot) {
+        const SheetId id = dataSheetAt(slot);
+        const SheetEntry& entry = sheetEntry(id);
+        int lastRow = m_rowCount + 1;
+
+        if (id == SheetId::GlobalPosition && (!firstPoseData || firstPoseData->globalPosition().empty()))
+            setEnabled(id, false);
+        if (id == SheetId::ExternalData) {
+            if (headers.externalData.size() <= 2)
+                setEnabled(id, false);
+            lastRow = m_host.externalDataCount() + 1;
+        }
+
+        if (enabled(id)) {
+            xlsx::PartFile& file = sheetFile(id);
+            const QStringList& sheetHeaders = headers.forSheet(entry.headers);
+            xlsx::createSheetFile(file, m_nextSheetNumber++, m_tempFolder, lastRow, static_cast<int>(sheetHeaders.size()));
+            if (entry.hiddenColumnsPerSegment > 0)
+                xlsx::writeHiddenColumns(file, hiddenSensorColumns(entry.hiddenColumnsPerSegment, firstPoseData, firstPoseSegments));
+            m_cells.setHeaders(file, sheetHeaders);
+        }
+
+        if (id == SheetId::ExternalData && headers.externalData.size() > 2) {
+            if (m_emgCollector.initialize(&m_host))
+                m_emgCollector.collectAndResample(m_host.firstFrame(), m_host.lastFrame(), m_frameSkip);
+            // Without collected data the sheet keeps its header row alone, so that the
+            // workbook still lists exactly the sheets the package holds.
+            m_writeExternalRows = enabled(id) && m_emgCollector.hasResampledData();
+        }
+    }
+
+    writeGeneralInformation(generalInformation);
+
+    m_firstExportedFrame = -1;
+    m_nextRow = 2;
+    m_nextExternalRow = 2;
+}
+
+std::vector<std::pair<int, int>> ExcelExporter::hiddenSensorColumns(int columnsPerSegment, const ConcreteTaviPose* pose,
+                                                                   int segmentCount)
+{
+    std::vector<std::pair<int, int>> ranges;
+    for (int i = 0; pose && i < segmentCount; ++i) {
+        if (!vantor::Quaternion(pose->q_s(i)).isValid(0.0)) {
+            const int first = columnsPerSegment * i + 2;
+            ranges.emplace_back(first, first + columnsPerSegment - 1);
+        }
+    }
+    return ranges;
+}
+
+bool ExcelExporter::useThisFrame(int frame)
+{
+    if (m_firstExportedFrame < 0) {
+        // A negative frame is accepted without becoming the first frame.
+        if (frame >= 0)
+            m_firstExportedFrame = frame;
+        return true;
+    }
+    if (m_frameSkip == 0)
+        return true;
+    return (static_cast<long long>(frame) - m_firstExportedFrame) % (m_frameSkip + 1) == 0;
+}
+
+void ExcelExporter::cleanup()
+{
+    for (xlsx::PartFile& file : m_sheetFiles) {
+        if (!file.isOpen())
+            continue;
+        try {
+            file.write("</row></sheetData></worksheet>");
+            file.close();
+        } catch (const std::exception&) {
+            file.abandon();
+        }
+    }
+    // Never before initialize: an empty folder name would mean the working directory.
+    if (!m_tempFolder.isEmpty())
+        QDir(m_tempFolder).removeRecursively();
+}
+
+int ExcelExporter::rowSpan(RowSpan span) const
+{
+    switch (span) {
+    case RowSpan::Vector3:
+        return m_columnCounts[0];
+    case RowSpan::Quaternion:
+        return m_columnCounts[1];
+    case RowSpan::Joint:
+        return m_columnCounts[2];
+    case RowSpan::Ergonomic:
+        return m_columnCounts[3];
+    case RowSpan::Four:
+        return 4;
+    case RowSpan::External:
+        return m_emgCollector.channelCount() + 2;
+    case RowSpan::None:
+        break;
+    }
+    return 0;
+}

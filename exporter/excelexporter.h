@@ -13,7 +13,10 @@
 #include <QString>
 
 #include <array>
+#include <exception>
 #include <memory>
+#include <utility>
+#include <vector>
 
 class AbstractSettingsSynchronizer;
 class AbstractTaviStudioPluginInterface;
@@ -49,10 +52,12 @@ private:
     xlsx::PartFile& sheetFile(SheetId id) { return m_sheetFiles[dataSheetSlot(id)]; }
     int rowSpan(RowSpan span) const;
 
+    QString describeFailure(const std::exception_ptr& failure) const;
+
     void initializeSession(const QString& fileName);
-    void createDataSheet(SheetId id, const QStringList& headers, int lastRow, const ConcreteTaviPose* framePose);
+    static std::vector<std::pair<int, int>> hiddenSensorColumns(int columnsPerSegment, const ConcreteTaviPose* pose,
+                                                                int segmentCount);
     void writeGeneralInformation(xlsx::PartFile& file);
-    void writeFrameRows(int frame, const ConcreteTaviPose* pose, int segmentCount, int row);
     void writeSheetRow(SheetId id, int frame, const ConcreteTaviPose* pose, int segmentCount, int row);
     void writeFingerSegments(SheetId id, const ConcreteTaviPose* pose, int segmentCount, int row);
     void writeFingerJoints(SheetId id, const ConcreteTaviPose* pose, int jointCount, int row);
@@ -77,6 +82,8 @@ private:
     std::array<xlsx::PartFile, DataSheetCount> m_sheetFiles;
     std::array<bool, SheetSwitchCount> m_sheetEnabled{};
     EmgCollector m_emgCollector;
+    // External Data rows are written only when the collector gathered samples.
+    bool m_writeExternalRows = false;
     xlsx::CellWriter m_cells;
     QList<QPair<int, QString>> m_markerList;
     bool m_hasFingerTracking = false;

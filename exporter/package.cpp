@@ -1,0 +1,119 @@
+// finalize: the Markers sheet, the shared strings and the workbook parts, then everything
+// packed into the target .xlsx.
+
+#include "excelexporter.h"
+
+#include "packageparts.h"
+#include "worksheet.h"
+#include "zip.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFileInfo>
+
+#include <memory>
+#include <stdexcept>
+
+namespace {
+
+struct ArchiveCloser
+{
+    void operator()(zip_t* archive) const { zip_close(archive); }
+};
+using Archive = std::unique_ptr<zip_t, ArchiveCloser>;
+
+void addContents(zip_t* archive, const char* entryName, std::string_view contents)
+{
+    if (zip_entry_open(archive, entryName) != 0 || zip_entry_write(archive, contents.data(), contents.size()) != 0
+        || zip_entry_close(archive) != 0)
+        throw std::runtime_error("Could not add contents to xlsx file");
+}
+
+void addFile(zip_t* archive, const char* entryName, const QString& path)
+{
+    xlsx::addFileToZip(archive, entryName, QDir::toNativeSeparators(path).toUtf8().constData());
+}
+
+} // namespace
+
+bool ExcelExporter::finalize(bool abort)
+{
+    if (abort) {
+        cleanup();
+        return false;
+    }
+    try {
+        assemblePackage();
+        cleanup();
+    } catch (...) {
+        // The temporary folder stays until the exporter is destroyed.
+        m_lastErrorText = describeFailure(std::current_exception());
+    }
+    // Success shows only as an empty lastError().
+    return false;
+}
+
+void ExcelExporter::assemblePackage()
+{
+    if (enabled(SheetId::Markers))
+        writeMarkersSheet();
+
+    {
+        xlsx::PartFile sharedStrings;
+        xlsx::createBasic(sharedStrings, m_tempFolder + QStringLiteral("sharedStrings.xml"));
+        m_cells.writeSharedStringTable(sharedStrings);
+        sharedStrings.close();
+    }
+
+    {
+        xlsx::PartFile workbook, contentTypes, appProperties, workbookRels;
+        xlsx::createBasic(workbook, m_tempFolder + QStringLiteral("workbook.xml"));
+        xlsx::createBasic(contentTypes, m_tempFolder + QStringLiteral("[Content_Types].xml"));
+        xlsx::createBasic(appProperties, m_tempFolder + QStringLiteral("app.xml"));
+        xlsx::createBasic(workbookRels, m_tempFolder + QStringLiteral("workbook.xml.rels"));
+        xlsx::writeWorkbookHead(workbook);
+        xlsx::writeContentTypesHead(contentTypes);
+        xlsx::writeAppPropertiesHead(appProperties, m_nextSheetNumber - 1);
+        xlsx::writeWorkbookRelsHead(workbookRels);
+
+        int sheetNumber = 1;
+        for (const SheetEntry& entry : sheetCatalogue) {
+            const bool on = entry.id == SheetId::GeneralInfo || enabled(entry.id);
+            xlsx::addSheet(on, sheetNumber, entry.title, workbook, contentTypes, appProperties, workbookRels);
+        }
+
+        xlsx::writeWorkbookTail(workbook);
+        xlsx::writeContentTypesTail(contentTypes);
+        xlsx::writeAppPropertiesTail(appProperties);
+        xlsx::writeWorkbookRelsTail(workbookRels, m_nextSheetNumber);
+        workbook.close();
+        contentTypes.close();
+        appProperties.close();
+        workbookRels.close();
+    }
+
+    for (xlsx::PartFile& file : m_sheetFiles)
+        xlsx::finishSheet(file);
+
+    m_targetPath = QFileInfo(m_targetPath).absoluteFilePath();
+    const Archive archive(zip_open(QDir::toNativeSeparators(m_targetPath).toUtf8().constData(), 6, 'w'));
+    if (!archive)
+        throw std::runtime_error("Could not create final xlsx file");
+
+    // Local time labelled Z, as the workbook's readers have always been given it.
+    const QByteArray timestamp =
+        QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd'T'hh:mm:ss'Z'")).toUtf8();
+    addContents(archive.get(), "_rels/.rels", xlsx::packageRelationships);
+    addContents(archive.get(), "docProps/core.xml", xlsx::coreProperties(timestamp.toStdString()));
+    addContents(archive.get(), "xl/styles.xml", xlsx::styleSheet);
+    addContents(archive.get(), "xl/theme/theme1.xml", xlsx::theme);
+    addFile(archive.get(), "[Content_Types].xml", m_tempFolder + QStringLiteral("[Content_Types].xml"));
+    addFile(archive.get(), "docProps/app.xml", m_tempFolder + QStringLiteral("app.xml"));
+    addFile(archive.get(), "xl/_rels/workbook.xml.rels", m_tempFolder + QStringLiteral("workbook.xml.rels"));
+    addFile(archive.get(), "xl/sharedStrings.xml", m_tempFolder + QStringLiteral("sharedStrings.xml"));
+    addFile(archive.get(), "xl/workbook.xml", m_tempFolder + QStringLiteral("workbook.xml"));
+    for (int sheet = 1; sheet < m_nextSheetNumber; ++sheet) {
+        const QByteArray entryName = QStringLiteral("xl/worksheets/sheet%1.xml").arg(sheet).toUtf8();
+        addFile(archive.get(), entryName.constData(), QStringLiteral("%1sheet%2.xml").arg(m_tempFolder, QString::number(sheet)));
+    }
+}
