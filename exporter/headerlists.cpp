@@ -220,14 +220,14 @@ HeaderLists buildHeaderLists(const AbstractTaviStudioPluginInterface& host)
 QString fingerJointLabel(const QString& name)
 {
     // Walk code points so that capitals outside the BMP count as capitals too.
-    const QList<char32_t> characters = name.toUcs4();
+    const QList<uint> characters = name.toUcs4();
     if (characters.size() < 2)
         return QString();
 
     // The first character is a prefix and is dropped.
-    QString label = QString::fromUcs4(&characters[1], 1);
-    bool lastWasUpper = QChar::isUpper(characters[1]);
-    for (qsizetype i = 2; i < characters.size(); ++i) {
+    QString label;
+    bool lastWasUpper = true;  // no blank before the label's first character
+    for (qsizetype i = 1; i < characters.size(); ++i) {
         const char32_t c = characters[i];
         const bool upper = QChar::isUpper(c);
         if (upper && !lastWasUpper)
