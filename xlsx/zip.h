@@ -2,8 +2,11 @@
 
 // A small C-style writer of zip archives: one archive opened for writing, entries opened by
 // name, filled from memory or by copying a file, closed one at a time, then the archive closed.
-// Entries are compressed with raw deflate (igzip) or stored. Functions return 0 on success and
-// a negative code on failure; zip_strerror() gives the code's message.
+// Entries are compressed with raw deflate (igzip) or stored; their data streams straight to the
+// file. Functions return 0 on success and a negative code on failure; zip_strerror() gives the
+// code's message. A failure leaves the archive open but fit only for zip_close().
+// The archive is a classic one without zip64 records: at most 65535 entries, sizes and offsets
+// below 4 GiB (-6 beyond).
 
 #include <cstddef>
 
@@ -47,11 +50,28 @@ enum ZipError {
 };
 
 // Mode 'w' creates (truncates) the file. Other modes are not built and give null.
-// A negative level means 6; a level whose low four bits exceed 10 gives null.
+// A negative level means 6; a level whose low four bits exceed 10 gives null. Level 0 stores,
+// 1 to 10 deflate (1 fastest; 2..5 and 6..10 share a setting each).
 zip_t* zip_open(const char* path, int level, char mode);
+
+// Starts an entry; backslashes in the name become slashes. Opening an entry while another is
+// open abandons the other. Its time is now and its attributes those of a 0644 regular file.
 int zip_entry_open(zip_t* zip, const char* entryName);
+
+// Appends bytes to the open entry; a null buffer or size 0 does nothing. Without an open
+// entry, -1.
 int zip_entry_write(zip_t* zip, const void* buffer, std::size_t size);
+
+// Appends a file's contents to the open entry, which takes the file's time and mode (and the
+// DOS read-only bit when the owner may not write). -3 if the file cannot be found, -16 if it
+// cannot be opened, -8 if reading or writing fails. Without an open entry, -1.
 int zip_entry_fwrite(zip_t* zip, const char* path);
+
+// Completes the open entry's header and directory record. Without an open entry, -1.
 int zip_entry_close(zip_t* zip);
+
+// Writes the central directory and frees the handle; null is ignored. Reports nothing.
 void zip_close(zip_t* zip);
+
+// The message of codes -1 to -29; null for any other value.
 const char* zip_strerror(int code);
