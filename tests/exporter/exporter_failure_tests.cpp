@@ -1,0 +1,165 @@
+// What an export does when it cannot go on: messages, return values, and no folder left.
+
+#include "exporttestsupport.h"
+
+#include <QFile>
+#include <QProcess>
+
+#include <csignal>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace testrec;
+
+namespace {
+
+struct Session
+{
+    explicit Session(const Options& o = Options()) : host(makeRecording(o)), settings(exportSettingDefaults()) {}
+    RecordingHost host;
+    MemorySettingsSynchronizer settings;
+};
+
+} // namespace
+
+TEST_F(ExportTest, ExportFrameBeforeInitializeIsRefused)
+{
+    Session s;
+    ExcelExporter exporter(s.host, &s.settings);
+    EXPECT_FALSE(exporter.exportFrame(0));
+    EXPECT_EQ(exporter.lastError(), "Export was not initialized");
+}
+
+TEST_F(ExportTest, UnwritableTargetFolderFailsInitialize)
+{
+    // A regular file where a folder should be: no part file can be made, even by root.
+    QFile blocker(dir.filePath(QStringLiteral("plain-file")));
+    ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
+    blocker.close();
+    const QString path = dir.filePath(QStringLiteral("plain-file/sub/out.xlsx"));
+    Session s;
+    ExcelExporter exporter(s.host, &s.settings);
+    EXPECT_FALSE(exporter.initialize(path));
+    EXPECT_EQ(exporter.lastError(), "Could not create temporary file " + path + "_fldr//sheet1.xml");
+    EXPECT_EQ(s.host.usageEvents(), QStringList({"FileExportedExcel"}));
+    EXPECT_FALSE(exporter.exportFrame(0));
+    EXPECT_EQ(exporter.lastError(), "Export was not initialized");
+    // finalize still runs and reports the missing folder.
+    EXPECT_FALSE(exporter.finalize(false));
+    EXPECT_TRUE(exporter.lastError().startsWith("Exception encountered: Could not create temporary file"));
+}
+
+TEST_F(ExportTest, TargetThatCannotBeCreatedFailsFinalize)
+{
+    // The target is a folder: the temporary folder beside it works, the archive cannot.
+    ASSERT_TRUE(QDir(dir.path()).mkdir(QStringLiteral("out.xlsx")));
+    Session s;
+    ExcelExporter exporter(s.host, &s.settings);
+    ASSERT_TRUE(exporter.initialize(target()));
+    ASSERT_TRUE(exporter.exportFrame(0));
+    EXPECT_FALSE(exporter.finalize(false));
+    EXPECT_EQ(exporter.lastError(), "Exception encountered: Could not create final xlsx file");
+    // The part files stay until the exporter goes.
+    EXPECT_TRUE(QFileInfo::exists(target() + "_fldr/sheet1.xml"));
+}
+
+TEST_F(ExportTest, AbortAndDestructionLeaveNothingBehind)
+{
+    Session s;
+    {
+        ExcelExporter exporter(s.host, &s.settings);
+        ASSERT_TRUE(exporter.initialize(target()));
+        ASSERT_TRUE(exporter.exportFrame(0));
+        EXPECT_TRUE(QFileInfo::exists(target() + "_fldr"));
+        EXPECT_FALSE(exporter.finalize(true));
+        EXPECT_EQ(exporter.lastError(), QString());
+        EXPECT_FALSE(QFileInfo::exists(target() + "_fldr"));
+        EXPECT_FALSE(QFileInfo::exists(target()));
+    }
+    {
+        ExcelExporter exporter(s.host, &s.settings);
+        ASSERT_TRUE(exporter.initialize(target()));
+        ASSERT_TRUE(exporter.exportFrame(0));
+    }
+    EXPECT_FALSE(QFileInfo::exists(target() + "_fldr"));
+    EXPECT_FALSE(QFileInfo::exists(target()));
+    // An exporter that never started touches nothing, not even the working folder.
+    { ExcelExporter idle(s.host, &s.settings); }
+    EXPECT_TRUE(QDir::current().exists());
+}
+
+TEST_F(ExportTest, WriteFailureDuringAFrameIsReported)
+{
+    // The export runs in a child whose files may not grow past 256 KiB; a failed write then
+    // reports the device's error text instead of killing the process.
+    int pipeFds[2];
+    ASSERT_EQ(pipe(pipeFds), 0);
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        close(pipeFds[0]);
+        signal(SIGXFSZ, SIG_IGN);
+        const rlimit limit{256 * 1024, 256 * 1024};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        Options o;
+        o.segments = 27;
+        o.tPoseSegments = 27;
+        o.frames.clear();
+        for (int f = 0; f < 2000; ++f)
+            o.frames.push_back(f);
+        Session s(o);
+        ExcelExporter exporter(s.host, &s.settings);
+        QByteArray report = "initialize failed";
+        if (exporter.initialize(target())) {
+            report = "no failure";
+            for (int frame : s.host.frameNumbers()) {
+                if (!exporter.exportFrame(frame)) {
+                    report = exporter.lastError().toUtf8();
+                    break;
+                }
+            }
+        }
+        (void)!write(pipeFds[1], report.constData(), static_cast<size_t>(report.size()));
+        close(pipeFds[1]);
+        _exit(0);
+    }
+    close(pipeFds[1]);
+    QByteArray report;
+    char buffer[512];
+    ssize_t n;
+    while ((n = read(pipeFds[0], buffer, sizeof buffer)) > 0)
+        report.append(buffer, n);
+    close(pipeFds[0]);
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status));
+    EXPECT_TRUE(report.startsWith("Exception encountered: ")) << report.toStdString();
+    EXPECT_TRUE(report.contains("File too large")) << report.toStdString();
+}
+
+TEST_F(ExportTest, WorkbookOpensInLibreOffice)
+{
+    Options o;
+    o.segments = 27;
+    o.tPoseSegments = 27;
+    o.fingerTracking = true;
+    o.channelRates = {2000};
+    o.markers = {{2, QStringLiteral("start")}};
+    ASSERT_TRUE(exportAndRead(o));
+
+    // LibreOffice converts the first sheet to CSV; a workbook it cannot open gives no file.
+    QProcess office;
+    office.setWorkingDirectory(dir.path());
+    office.start(QStringLiteral("soffice"),
+                 {QStringLiteral("-env:UserInstallation=file://") + dir.filePath(QStringLiteral("profile")),
+                  QStringLiteral("--headless"), QStringLiteral("--convert-to"), QStringLiteral("csv"),
+                  QStringLiteral("--outdir"), dir.filePath(QStringLiteral("csv")), target()});
+    ASSERT_TRUE(office.waitForFinished(180000));
+    EXPECT_EQ(office.exitCode(), 0) << office.readAllStandardError().toStdString();
+    QFile csv(dir.filePath(QStringLiteral("csv/out.csv")));
+    ASSERT_TRUE(csv.open(QIODevice::ReadOnly)) << office.readAllStandardOutput().toStdString();
+    const QByteArray text = csv.readAll();
+    EXPECT_TRUE(text.startsWith("TAVI version,2026.4.0")) << text.left(200).toStdString();
+    EXPECT_TRUE(text.contains("Frame Rate,60")) << text.toStdString();
+}

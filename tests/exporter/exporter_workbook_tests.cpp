@@ -1,0 +1,355 @@
+// Complete exports of in-memory recordings, read back through zipfile and openpyxl.
+
+#include "exporttestsupport.h"
+
+using namespace testrec;
+
+namespace {
+
+const QString Quat = QStringLiteral("Segment Orientation - Quat");
+const QString Euler = QStringLiteral("Segment Orientation - Euler");
+const QString Position = QStringLiteral("Segment Position");
+const QString Velocity = QStringLiteral("Segment Velocity");
+const QString Joints = QStringLiteral("Joint Angles ZXY");
+const QString External = QStringLiteral("External Data");
+
+void expectVector(const DumpedSheet& sheet, int row, int index, const ZtVector& expected)
+{
+    for (int k = 0; k < 3; ++k)
+        EXPECT_EQ(sheet.number(row, 3 * index + 2 + k), expected[k]) << sheet.title.toStdString() << " row " << row
+                                                                      << " index " << index << " component " << k;
+}
+
+} // namespace
+
+TEST_F(ExportTest, FullExportHoldsEverySheetInCatalogueOrder)
+{
+    Options o;
+    o.segments = 27;
+    o.tPoseSegments = 27;
+    o.channelRates = {2400, 2400};
+    o.markers = {{3, QStringLiteral("heel strike")}, {7, QStringLiteral("toe off")}};
+    const auto book = exportAndRead(o);
+    ASSERT_TRUE(book);
+
+    EXPECT_EQ(book->titles(), catalogueTitles());
+    QStringList expectedEntries = {"_rels/.rels", "docProps/core.xml", "xl/styles.xml", "xl/theme/theme1.xml",
+                                   "[Content_Types].xml", "docProps/app.xml", "xl/_rels/workbook.xml.rels",
+                                   "xl/sharedStrings.xml", "xl/workbook.xml"};
+    for (int i = 1; i <= 20; ++i)
+        expectedEntries << QStringLiteral("xl/worksheets/sheet%1.xml").arg(i);
+    EXPECT_EQ(book->entries, expectedEntries);
+    for (int i = 0; i < book->sheets.size(); ++i)
+        EXPECT_EQ(book->sheets[i].part, QStringLiteral("xl/worksheets/sheet%1.xml").arg(i + 1));
+
+    const DumpedSheet& info = *book->sheet(QStringLiteral("General Information"));
+    EXPECT_EQ(info.dimension, "A1:B6");
+    EXPECT_EQ(info.text(1, 1), "TAVI version");
+    EXPECT_EQ(info.text(1, 2), "2026.4.0");
+    EXPECT_EQ(info.text(2, 2), "walk01.rec");
+    EXPECT_EQ(info.text(3, 2), "Suit A");
+    EXPECT_EQ(info.text(4, 1), "Recorded Date UTC");
+    EXPECT_TRUE(info.text(4, 2).startsWith("2026-03-01T10:20:30")) << info.text(4, 2).toStdString();
+    EXPECT_EQ(info.number(5, 2), 60.0);
+    EXPECT_EQ(info.text(6, 1), "Processing Quality");
+    EXPECT_EQ(info.text(6, 2), "HD");
+
+    const DumpedSheet& markers = *book->sheet(QStringLiteral("Markers"));
+    EXPECT_EQ(markers.dimension, "A1:B2");
+    ASSERT_EQ(markers.rowCount(), 3);
+    EXPECT_EQ(markers.headers(), QStringList({"Frame", "Marker Text"}));
+    EXPECT_EQ(markers.number(2, 1), 3);
+    EXPECT_EQ(markers.text(2, 2), "heel strike");
+    EXPECT_EQ(markers.number(3, 1), 7);
+
+    const DumpedSheet& position = *book->sheet(Position);
+    EXPECT_EQ(position.dimension, "A1:CD11");  // 82 columns, 10 frames
+    EXPECT_EQ(position.headers().size(), 82);
+    EXPECT_EQ(position.headers().last(), "Prop Tracker 4 z");
+    ASSERT_EQ(position.rowCount(), 11);
+    for (int frame = 0; frame < 10; ++frame) {
+        EXPECT_EQ(position.number(frame + 2, 1), frame);
+        expectVector(position, frame + 2, 0, vectorValue(frame, 0, Pos));
+        expectVector(position, frame + 2, 26, vectorValue(frame, 26, Pos));
+    }
+    expectVector(*book->sheet(QStringLiteral("Segment Angular Acceleration")), 5, 13, vectorValue(3, 13, AngAcc));
+
+    const DumpedSheet& quat = *book->sheet(Quat);
+    EXPECT_EQ(quat.headers().size(), 109);
+    const ZtQuaternion q = yawQuaternion(segmentYaw(4, 9));
+    EXPECT_NEAR(quat.number(6, 4 * 9 + 2), q.q0, 1e-15);
+    EXPECT_NEAR(quat.number(6, 4 * 9 + 5), q.q3, 1e-15);
+
+    const DumpedSheet& euler = *book->sheet(Euler);
+    EXPECT_NEAR(euler.number(6, 3 * 9 + 4), segmentYaw(4, 9), 1e-9);
+    EXPECT_EQ(euler.number(6, 3 * 9 + 2), 0.0);
+
+    const DumpedSheet& joints = *book->sheet(Joints);
+    EXPECT_EQ(joints.headers().size(), 79);
+    expectVector(joints, 2, 25, vectorValue(0, 25, Joint));
+    expectVector(*book->sheet(QStringLiteral("Joint Angles XZY")), 3, 0, vectorValue(1, 0, JointXzy));
+    const DumpedSheet& ergo = *book->sheet(QStringLiteral("Ergonomic Joint Angles ZXY"));
+    EXPECT_EQ(ergo.dimension, "A1:S11");
+    expectVector(ergo, 11, 5, vectorValue(9, 5, Ergo));
+
+    const DumpedSheet& com = *book->sheet(QStringLiteral("Center of Mass"));
+    EXPECT_EQ(com.headers().size(), 10);
+    expectVector(com, 2, 0, vectorValue(0, 0, ComPos));
+    expectVector(com, 2, 2, vectorValue(0, 0, ComAcc));
+
+    const DumpedSheet& global = *book->sheet(QStringLiteral("Global Position"));
+    EXPECT_EQ(global.headers(), QStringList({"Frame", "Latitude", "Longitude", "Altitude"}));
+    EXPECT_EQ(global.number(4, 4), 42.0);
+
+    // Sensor 2 holds the zero quaternion: its columns are hidden and its Euler angles are 0.
+    EXPECT_EQ(book->sheet(QStringLiteral("Sensor Orientation - Quat"))->hiddenRanges, QJsonArray({QJsonArray{10, 13}}));
+    EXPECT_EQ(book->sheet(QStringLiteral("Sensor Free Acceleration"))->hiddenRanges, QJsonArray({QJsonArray{8, 10}}));
+    const DumpedSheet& sensorEuler = *book->sheet(QStringLiteral("Sensor Orientation - Euler"));
+    EXPECT_EQ(sensorEuler.number(2, 8), 0.0);
+    EXPECT_EQ(sensorEuler.number(2, 10), 0.0);
+    EXPECT_NEAR(sensorEuler.number(2, 3 * 3 + 4), segmentYaw(0, 3) + 5.0, 1e-9);
+    expectVector(*book->sheet(QStringLiteral("Sensor Magnetic Field")), 2, 26, vectorValue(0, 26, SensorMag));
+
+    // 2400 samples per second at 60 frames per second: 40 rows per frame, copied unchanged.
+    const DumpedSheet& external = *book->sheet(External);
+    EXPECT_EQ(external.headers(), QStringList({"Frame", "Sample", "EMG 1", "EMG 2"}));
+    EXPECT_EQ(external.dimension, "A1:D401");
+    ASSERT_EQ(external.rowCount(), 401);
+    EXPECT_EQ(external.number(2, 2), 0);
+    EXPECT_EQ(external.number(2, 3), channelSample(0, 0, 0));
+    EXPECT_EQ(external.number(401, 1), 9);
+    EXPECT_EQ(external.number(401, 2), 399);
+    EXPECT_EQ(external.number(401, 4), channelSample(9, 1, 39));
+
+    EXPECT_GT(book->sharedStringCount, book->sharedStringUnique);
+}
+
+TEST_F(ExportTest, PropColumnsFollowTheTPose)
+{
+    Options o;  // 23 segments, T-pose of 23: no props
+    auto book = exportAndRead(o);
+    ASSERT_TRUE(book);
+    EXPECT_EQ(book->sheet(Position)->headers().size(), 70);
+    EXPECT_EQ(book->sheet(Position)->dimension, "A1:BR11");
+    EXPECT_EQ(book->sheet(Quat)->headers().size(), 93);
+    EXPECT_EQ(book->sheet(Joints)->headers().size(), 67);
+    EXPECT_EQ(book->sheet(Position)->usedColumns(2), 70);
+
+    o.tPoseSegments.reset();  // no T-pose: all four props keep their columns
+    book = exportAndRead(o);
+    ASSERT_TRUE(book);
+    EXPECT_EQ(book->sheet(Position)->headers().size(), 82);
+    EXPECT_EQ(book->sheet(Position)->usedColumns(2), 70);
+}
+
+TEST_F(ExportTest, FingerTrackingAddsColumnsToSegmentAndJointSheets)
+{
+    Options o;
+    o.fingerTracking = true;
+    const auto book = exportAndRead(o);
+    ASSERT_TRUE(book);
+    const DumpedSheet& position = *book->sheet(Position);
+    EXPECT_EQ(position.headers().size(), 70 + 120);
+    EXPECT_EQ(position.headers().at(70), fingerSegmentName(0, 0) + " x");
+    EXPECT_EQ(book->sheet(Velocity)->headers().size(), 70);
+    EXPECT_EQ(book->sheet(Quat)->headers().size(), 93 + 160);
+    const DumpedSheet& joints = *book->sheet(Joints);
+    EXPECT_EQ(joints.headers().size(), 67 + 114);
+    EXPECT_EQ(joints.headers().at(67), "H0 Joint0 Abduction/Adduction");
+
+    // Hand 1, finger 3 follows the 23 body segments and hand 0's 20 fingers.
+    expectVector(position, 4, 23 + 23, vectorValue(2, 23, FingerPos));
+    const ZtQuaternion q = yawQuaternion(2 + 2.0 * 3);
+    EXPECT_NEAR(book->sheet(Quat)->number(4, 4 * (23 + 23) + 2), q.q0, 1e-15);
+    EXPECT_NEAR(book->sheet(Euler)->number(4, 3 * (23 + 23) + 4), 2 + 2.0 * 3, 1e-9);
+    expectVector(joints, 4, 22 + 19 + 5, vectorValue(2, 19 + 5, FingerJoint));
+    EXPECT_EQ(joints.usedColumns(4), 67 + 114);
+}
+
+TEST_F(ExportTest, FingerColumnsWithoutDataHoldTheDefaultRecord)
+{
+    Options o;
+    o.fingerTracking = true;
+    o.fingerData = false;
+    o.framesWithoutPose = {5};
+    const auto book = exportAndRead(o);
+    ASSERT_TRUE(book);
+    const DumpedSheet& quat = *book->sheet(Quat);
+    const DumpedSheet& position = *book->sheet(Position);
+    const DumpedSheet& euler = *book->sheet(Euler);
+    EXPECT_EQ(quat.number(2, 4 * 23 + 2), 1.0);
+    EXPECT_EQ(quat.number(2, 4 * 23 + 3), 0.0);
+    EXPECT_EQ(quat.usedColumns(2), 93 + 160);
+    EXPECT_EQ(position.number(2, 3 * 60 + 2), 0.0);
+    EXPECT_EQ(euler.number(2, 3 * 42 + 4), 0.0);
+    // No finger joint angles without data.
+    EXPECT_EQ(book->sheet(Joints)->usedColumns(2), 67);
+
+    // A frame without a pose has no segments: the finger records follow the frame number.
+    EXPECT_EQ(quat.number(7, 1), 5);
+    EXPECT_EQ(quat.number(7, 2), 1.0);
+    EXPECT_EQ(quat.number(7, 3), 0.0);
+    EXPECT_EQ(quat.usedColumns(7), 1 + 160);
+    EXPECT_EQ(position.usedColumns(7), 1 + 120);
+    EXPECT_EQ(position.number(7, 121), 0.0);
+    EXPECT_EQ(euler.usedColumns(7), 1 + 120);
+    EXPECT_EQ(book->sheet(Joints)->usedColumns(7), 1);
+    EXPECT_EQ(book->sheet(Velocity)->usedColumns(7), 1);
+}
+
+TEST_F(ExportTest, FrameSkipSelectsFramesFromTheFirstExported)
+{
+    Options o;
+    o.frames = {10, 11, 12, 13};
+    o.markers = {{11, QStringLiteral("skipped")}, {13, QStringLiteral("kept")}};
+    auto book = exportAndRead(o, {{QStringLiteral("frameSkip"), 2}});
+    ASSERT_TRUE(book);
+    const DumpedSheet* velocity = book->sheet(Velocity);
+    ASSERT_EQ(velocity->rowCount(), 3);
+    EXPECT_EQ(velocity->number(2, 1), 10);
+    EXPECT_EQ(velocity->number(3, 1), 13);
+    expectVector(*velocity, 3, 4, vectorValue(13, 4, Vel));
+    EXPECT_EQ(velocity->dimension, "A1:BR2");  // 4 frames / 3, by integer division
+    const DumpedSheet* markers = book->sheet(QStringLiteral("Markers"));
+    ASSERT_EQ(markers->rowCount(), 2);
+    EXPECT_EQ(markers->text(2, 2), "kept");
+
+    // A skip of -1 (no selection on the options page) exports every frame.
+    book = exportAndRead(o, {{QStringLiteral("frameSkip"), -1}});
+    ASSERT_TRUE(book);
+    EXPECT_EQ(book->sheet(Velocity)->rowCount(), 5);
+    EXPECT_EQ(book->sheet(Velocity)->dimension, "A1:BR5");
+}
+
+TEST_F(ExportTest, NegativeFramesAreExportedWithoutStartingTheSkipCount)
+{
+    Options o;
+    o.frames = {-2, -1, 5, 6, 7, 8};
+    const auto book = exportAndRead(o, {{QStringLiteral("frameSkip"), 1}});
+    ASSERT_TRUE(book);
+    const DumpedSheet* position = book->sheet(Position);
+    ASSERT_EQ(position->rowCount(), 5);
+    EXPECT_EQ(position->number(2, 1), -2);
+    EXPECT_EQ(position->number(3, 1), -1);
+    EXPECT_EQ(position->number(4, 1), 5);
+    EXPECT_EQ(position->number(5, 1), 7);
+    expectVector(*position, 5, 1, vectorValue(7, 1, Pos));
+}
+
+TEST_F(ExportTest, FrameWithoutPoseKeepsItsRowNumber)
+{
+    Options o;
+    o.framesWithoutPose = {3};
+    const auto book = exportAndRead(o);
+    ASSERT_TRUE(book);
+    for (const DumpedSheet& sheet : book->sheets) {
+        if (sheet.title == "General Information" || sheet.title == "Markers")
+            continue;
+        EXPECT_EQ(sheet.number(5, 1), 3) << sheet.title.toStdString();
+        EXPECT_EQ(sheet.usedColumns(5), 1) << sheet.title.toStdString();
+        EXPECT_EQ(sheet.number(6, 1), 4) << sheet.title.toStdString();
+    }
+}
+
+TEST_F(ExportTest, WithoutGlobalPositionLaterSheetsMoveUp)
+{
+    Options o;
+    o.globalPosition = false;
+    const auto book = exportAndRead(o);
+    ASSERT_TRUE(book);
+    EXPECT_EQ(book->titles(), catalogueTitles({SheetId::GlobalPosition, SheetId::ExternalData}));
+    EXPECT_EQ(book->sheet(QStringLiteral("Sensor Free Acceleration"))->part, "xl/worksheets/sheet15.xml");
+    EXPECT_EQ(book->entries.size(), 9 + 18);
+}
+
+TEST_F(ExportTest, ExternalChannelsAreResampledToTheCommonRate)
+{
+    Options o;
+    o.channelRates = {2000, 3001};  // above 3000: 4800 per second, 80 rows per frame at 60 fps
+    o.frames = {0, 1, 2, 3};
+    o.markers = {};
+    auto book = exportAndRead(o);
+    ASSERT_TRUE(book);
+    const DumpedSheet* external = book->sheet(External);
+    ASSERT_EQ(external->rowCount(), 1 + 4 * 80);
+    EXPECT_EQ(external->number(2, 3), channelSample(0, 0, 0));
+    EXPECT_EQ(external->number(1 + 4 * 80, 4), channelSample(3, 1, 39));
+    EXPECT_EQ(external->number(82, 1), 1);
+    EXPECT_EQ(external->number(82, 2), 80);
+    // Linear between neighbours: every output lies within the raw range and rises with time.
+    for (int row = 3; row <= 1 + 4 * 80; ++row)
+        EXPECT_GE(external->number(row, 3), external->number(row - 1, 3));
+
+    // 240 frames per second at 2400 per second: 10 rows per frame; with a skip of 1 only
+    // frames 0 and 2 are collected and exported.
+    o.frameRate = 240;
+    o.channelRates = {2400};
+    o.rawSamplesPerFrame = 10;
+    book = exportAndRead(o, {{QStringLiteral("frameSkip"), 1}});
+    ASSERT_TRUE(book);
+    external = book->sheet(External);
+    ASSERT_EQ(external->rowCount(), 1 + 2 * 10);
+    EXPECT_EQ(external->number(12, 1), 2);
+    EXPECT_EQ(external->number(12, 3), channelSample(2, 0, 0));
+}
+
+TEST_F(ExportTest, ChannelsWithoutSamplesKeepAHeaderOnlySheet)
+{
+    Options o;
+    o.channelRates = {2000};
+    o.channelData = false;
+    const auto book = exportAndRead(o);
+    ASSERT_TRUE(book);
+    EXPECT_EQ(book->titles(), catalogueTitles());
+    EXPECT_EQ(book->sheet(External)->rowCount(), 1);
+    EXPECT_EQ(book->sheet(QStringLiteral("Sensor Orientation - Euler"))->part, "xl/worksheets/sheet20.xml");
+}
+
+TEST_F(ExportTest, SheetSwitchesDecideWhichSheetsExist)
+{
+    Options o;
+    QMap<QString, QVariant> allOff;
+    for (const SheetEntry& entry : sheetCatalogue)
+        allOff.insert(QString::fromLatin1(entry.key), false);
+    auto book = exportAndRead(o, allOff);
+    ASSERT_TRUE(book);
+    EXPECT_EQ(book->titles(), QStringList({"General Information"}));
+    EXPECT_EQ(book->entries.size(), 10);
+
+    QMap<QString, QVariant> noMarkers{{QStringLiteral("markers"), false}};
+    book = exportAndRead(o, noMarkers);
+    ASSERT_TRUE(book);
+    EXPECT_EQ(book->sheets.at(1).title, Quat);
+    EXPECT_EQ(book->sheets.at(1).part, "xl/worksheets/sheet2.xml");
+}
+
+TEST_F(ExportTest, TextsAreEscapedAndNonFiniteNumbersLeftOut)
+{
+    Options o;
+    o.channelRates = {2400};
+    o.frames = {0};
+    Recording rec = makeRecording(o);
+    rec.externalChannels[0].name = QStringLiteral("EMG <left> & \u00e9t\u00e9");
+    rec.subjectName = QStringLiteral("Bell\u0007 & Co");
+    TaviPose pose = makePose(o, 1);
+    pose.segments[4].pos = ZtVector{std::nan(""), 1.5, INFINITY};
+    rec.appendFrame(1, RecordingFrame{std::make_shared<const ConcreteTaviPose>(pose), {}});
+
+    RecordingHost host(rec);
+    MemorySettingsSynchronizer settings(exportSettingDefaults());
+    ExcelExporter exporter(host, &settings);
+    ASSERT_TRUE(exporter.initialize(target()));
+    ASSERT_TRUE(exporter.exportFrame(0));
+    ASSERT_TRUE(exporter.exportFrame(1));
+    exporter.finalize(false);
+    ASSERT_EQ(exporter.lastError(), QString());
+    const auto book = readWorkbook(target());
+    ASSERT_TRUE(book);
+    EXPECT_EQ(book->sheet(External)->text(1, 3), QStringLiteral("EMG <left> & \u00e9t\u00e9"));
+    EXPECT_EQ(book->sheet(QStringLiteral("General Information"))->text(3, 2), QStringLiteral("Bell & Co"));
+    const DumpedSheet* position = book->sheet(Position);
+    EXPECT_EQ(position->cell(3, 3 * 4 + 2), QJsonValue());
+    EXPECT_EQ(position->number(3, 3 * 4 + 3), 1.5);
+    EXPECT_EQ(position->cell(3, 3 * 4 + 4), QJsonValue());
+    EXPECT_EQ(position->number(3, 3 * 5 + 2), vectorValue(1, 5, Pos)[0]);
+}

@@ -1,0 +1,109 @@
+#pragma once
+
+// Reads a workbook through independent readers (Python's zipfile and openpyxl, by
+// tests/support/workbook_dump.py) and gives the result to a test.
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QString>
+#include <QStringList>
+#include <QVariant>
+
+#include <gtest/gtest.h>
+
+#include <optional>
+
+struct DumpedSheet
+{
+    QString title;
+    QString part;
+    QString dimension;
+    QJsonArray hiddenRanges;
+    QJsonArray rows;
+
+    int rowCount() const { return static_cast<int>(rows.size()); }
+    // 1-based row and column, as in the sheet; null past the row's end.
+    QJsonValue cell(int row, int column) const
+    {
+        const QJsonArray r = rows.at(row - 1).toArray();
+        return column - 1 < r.size() ? r.at(column - 1) : QJsonValue();
+    }
+    double number(int row, int column) const { return cell(row, column).toDouble(); }
+    QString text(int row, int column) const { return cell(row, column).toString(); }
+    // Row 1 as texts.
+    QStringList headers() const
+    {
+        QStringList out;
+        for (const QJsonValue& v : rows.at(0).toArray())
+            out << v.toString();
+        return out;
+    }
+    // Number of cells in a row up to its last non-empty one.
+    int usedColumns(int row) const
+    {
+        const QJsonArray r = rows.at(row - 1).toArray();
+        int last = 0;
+        for (int i = 0; i < r.size(); ++i)
+            if (!r.at(i).isNull())
+                last = i + 1;
+        return last;
+    }
+};
+
+struct DumpedWorkbook
+{
+    QStringList entries;
+    int sharedStringCount = 0;
+    int sharedStringUnique = 0;
+    QList<DumpedSheet> sheets;
+
+    QStringList titles() const
+    {
+        QStringList out;
+        for (const DumpedSheet& s : sheets)
+            out << s.title;
+        return out;
+    }
+    const DumpedSheet* sheet(const QString& title) const
+    {
+        for (const DumpedSheet& s : sheets)
+            if (s.title == title)
+                return &s;
+        return nullptr;
+    }
+};
+
+inline std::optional<DumpedWorkbook> readWorkbook(const QString& path)
+{
+    const QString script = qEnvironmentVariable("TAVI_SOURCE_DIR") + QStringLiteral("/tests/support/workbook_dump.py");
+    QProcess python;
+    python.start(QStringLiteral("/usr/bin/python3"), {script, path});
+    if (!python.waitForFinished(120000) || python.exitCode() != 0) {
+        ADD_FAILURE() << "workbook_dump.py failed on " << path.toStdString() << ": "
+                      << python.readAllStandardError().toStdString();
+        return std::nullopt;
+    }
+    QJsonParseError error{};
+    const QJsonObject root = QJsonDocument::fromJson(python.readAllStandardOutput(), &error).object();
+    if (error.error != QJsonParseError::NoError) {
+        ADD_FAILURE() << "unreadable dump: " << error.errorString().toStdString();
+        return std::nullopt;
+    }
+    DumpedWorkbook book;
+    for (const QJsonValue& e : root.value(QStringLiteral("entries")).toArray())
+        book.entries << e.toString();
+    const QJsonObject strings = root.value(QStringLiteral("shared_strings")).toObject();
+    book.sharedStringCount = strings.value(QStringLiteral("count")).toInt();
+    book.sharedStringUnique = strings.value(QStringLiteral("unique")).toInt();
+    for (const QJsonValue& v : root.value(QStringLiteral("sheets")).toArray()) {
+        const QJsonObject s = v.toObject();
+        book.sheets.append(DumpedSheet{s.value(QStringLiteral("title")).toString(),
+                                       s.value(QStringLiteral("part")).toString(),
+                                       s.value(QStringLiteral("dimension")).toString(),
+                                       s.value(QStringLiteral("hidden_ranges")).toArray(),
+                                       s.value(QStringLiteral("rows")).toArray()});
+    }
+    return book;
+}
