@@ -86,10 +86,6 @@ void ExcelExporter::assemblePackage()
         xlsx::writeContentTypesTail(contentTypes);
         xlsx::writeAppPropertiesTail(appProperties);
         xlsx::writeWorkbookRelsTail(workbookRels, m_nextSheetNumber);
-        workbook.close();
-        contentTypes.close();
-        appProperties.close();
-        workbookRels.close();
     }
 
     for (xlsx::PartFile& file : m_sheetFiles)
@@ -100,13 +96,12 @@ void ExcelExporter::assemblePackage()
     if (!archive)
         throw std::runtime_error("Could not create final xlsx file");
 
-    // Local time labelled Z, as the workbook's readers have always been given it.
-    const QByteArray timestamp =
-        QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd'T'hh:mm:ss'Z'")).toUtf8();
-    addContents(archive.get(), "_rels/.rels", xlsx::packageRelationships);
-    addContents(archive.get(), "docProps/core.xml", xlsx::coreProperties(timestamp.toStdString()));
-    addContents(archive.get(), "xl/styles.xml", xlsx::styleSheet);
-    addContents(archive.get(), "xl/theme/theme1.xml", xlsx::theme);
+    const QByteArray coreProperties =
+        xlsx::coreProperties(xlsx::corePropertiesTimestamp(QDateTime::currentDateTime()));
+    addContents(archive.get(), "_rels/.rels", xlsx::PackageRelationships);
+    addContents(archive.get(), "docProps/core.xml", std::string_view(coreProperties.constData(), coreProperties.size()));
+    addContents(archive.get(), "xl/styles.xml", xlsx::StyleSheet);
+    addContents(archive.get(), "xl/theme/theme1.xml", xlsx::Theme);
     addFile(archive.get(), "[Content_Types].xml", m_tempFolder + QStringLiteral("[Content_Types].xml"));
     addFile(archive.get(), "docProps/app.xml", m_tempFolder + QStringLiteral("app.xml"));
     addFile(archive.get(), "xl/_rels/workbook.xml.rels", m_tempFolder + QStringLiteral("workbook.xml.rels"));
