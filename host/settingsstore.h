@@ -1,0 +1,81 @@
+#pragma once
+
+// The settings stores that the substitute host hands to a plug-in through
+// createSettingsSynchronizer: one in memory, one kept in an INI file. Both answer a key that
+// was never set with the default the plug-in registered for it.
+
+#include "abstractsettingssynchronizer.h"
+
+#include <QMap>
+#include <QSettings>
+#include <QString>
+#include <QStringList>
+#include <QVariant>
+
+#include <variant>
+
+// Keeps the values in memory and notes the keys read through value(), in order, so that a
+// test can see what a plug-in asked for.
+class MemorySettingsSynchronizer : public AbstractSettingsSynchronizer
+{
+public:
+    explicit MemorySettingsSynchronizer(QMap<QString, QVariant> defaults,
+                                        QMap<QString, QString> descriptions = {});
+
+    QVariant value(const QString& key) const override;
+    void setValue(const QString& key, const QVariant& value) override;
+
+    const QMap<QString, QVariant>& defaults() const { return m_defaults; }
+    const QMap<QString, QString>& descriptions() const { return m_descriptions; }
+    // Every key passed to value(), in call order, repeats included.
+    const QStringList& requestedKeys() const { return m_requestedKeys; }
+
+private:
+    QMap<QString, QVariant> m_defaults;
+    QMap<QString, QString> m_descriptions;
+    QMap<QString, QVariant> m_values;
+    mutable QStringList m_requestedKeys;
+};
+
+// One setting's value for a single run, given on the command line as KEY=VALUE.
+struct SettingOverride
+{
+    QString key;
+    QVariant value;  // of the type of the key's registered default
+};
+
+// Parses "KEY=VALUE" against the registered defaults. The key must be registered; the value
+// must suit the default's type: an integer for an int default, "true" or "false" for a bool
+// default, any text for a string default. Answers the override or an error message.
+std::variant<SettingOverride, QString> parseSettingOverride(const QString& text,
+                                                            const QMap<QString, QVariant>& defaults);
+
+// Keeps the values in an INI file. Every setValue is written to the file at once. INI files
+// hold text, so a value read back is converted to the type of the key's registered default
+// ("3" becomes the int 3 for an int default, "true" the bool true for a bool default).
+// Overrides answer for this run only and never reach the file.
+class IniSettingsSynchronizer : public AbstractSettingsSynchronizer
+{
+public:
+    IniSettingsSynchronizer(const QString& fileName, QMap<QString, QVariant> defaults,
+                            QMap<QString, QString> descriptions = {});
+
+    QVariant value(const QString& key) const override;
+    // Writes through to the file; drops an override of the same key, so that the store
+    // answers what was written last.
+    void setValue(const QString& key, const QVariant& value) override;
+
+    void setOverride(const SettingOverride& setting);
+
+    QString fileName() const { return m_settings.fileName(); }
+    // The outcome of the last write (QSettings::NoError when the file could be written).
+    QSettings::Status status() const { return m_settings.status(); }
+    const QMap<QString, QVariant>& defaults() const { return m_defaults; }
+    const QMap<QString, QString>& descriptions() const { return m_descriptions; }
+
+private:
+    QSettings m_settings;
+    QMap<QString, QVariant> m_defaults;
+    QMap<QString, QString> m_descriptions;
+    QMap<QString, QVariant> m_overrides;
+};
