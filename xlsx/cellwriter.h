@@ -37,13 +37,15 @@ public:
     const QStringList& sharedStrings() const { return m_sharedStrings; }
     int stringCellCount() const { return m_stringCellCount; }
 
-    // Writes the whole xl/sharedStrings.xml part: texts as UTF-8 with &, <, > escaped and the
-    // characters XML 1.0 forbids dropped.
+    // Writes the whole xl/sharedStrings.xml part into the freshly created `file` and closes it:
+    // texts as UTF-8 with &, <, > escaped and the characters XML 1.0 forbids dropped.
     void writeSharedStringTable(PartFile& file) const;
 
 private:
     // The row reference text of the current row, formatted once per row.
     void cacheRow(int row);
+    // Column letters and row digits of a cell reference at out; returns the end.
+    char* writeCellReference(char* out, int row, int column);
 
     QStringList m_sharedStrings;
     QHash<QString, int> m_stringIndex;

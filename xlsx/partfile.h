@@ -23,7 +23,8 @@ public:
     PartFile(const PartFile&) = delete;
     PartFile& operator=(const PartFile&) = delete;
 
-    // Creates (truncates) the file; throws "Could not create temporary file <path>".
+    // Creates (truncates) the file; throws "Could not create temporary file <path>". A file
+    // still open is abandoned first.
     void open(const QString& path);
     bool isOpen() const { return m_file.isOpen(); }
     QString fileName() const { return m_file.fileName(); }
@@ -52,14 +53,17 @@ public:
 
     // Writes the buffer to the file; throws on a write error.
     void flush();
-    // Flushes and closes; throws on a write error (the file is closed all the same).
+    // Flushes and closes; throws on a write error (the file is closed all the same). Nothing if
+    // not open.
     void close();
-    // Closes without reporting errors (for cleanup after a failure).
+    // Closes without writing what is still buffered and without reporting errors (for cleanup
+    // after a failure). Destroying an open PartFile writes the buffer first, errors ignored.
     void abandon();
 
 private:
     void drain();
     void writeThrough(std::string_view text);
+    void writeFully(const char* data, std::size_t size);
     void checkError();
 
     QFile m_file;

@@ -1,0 +1,3 @@
+# Worksheet writing: one sheet of 100,000 rows x 200 numbers through PartFile and CellWriter.
+add_executable(bench_worksheet ${CMAKE_CURRENT_LIST_DIR}/worksheet_bench.cpp)
+target_link_libraries(bench_worksheet PRIVATE tavi_xlsx)
