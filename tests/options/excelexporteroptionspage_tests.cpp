@@ -38,7 +38,12 @@ namespace {
 class ApplicationEnvironment : public ::testing::Environment
 {
 public:
-    void SetUp() override { m_app = std::make_unique<QApplication>(m_argc, m_argv); }
+    void SetUp() override
+    {
+        if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
+            qputenv("QT_QPA_PLATFORM", "offscreen");
+        m_app = std::make_unique<QApplication>(m_argc, m_argv);
+    }
     void TearDown() override { m_app.reset(); }
 
 private:
