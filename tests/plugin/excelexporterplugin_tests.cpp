@@ -53,11 +53,10 @@ private:
 };
 const auto* const applicationEnvironment = ::testing::AddGlobalTestEnvironment(new ApplicationEnvironment);
 
-// The build tree's plug-in folder; without TAVI_BINARY_DIR, the tree this test was built in.
+// The plug-in built in the tree this test was built in.
 QString pluginPath()
 {
-    const QString binaryDir = qEnvironmentVariable("TAVI_BINARY_DIR", QStringLiteral(TAVI_DEFAULT_BINARY_DIR));
-    return binaryDir + QStringLiteral("/plugins/") + QStringLiteral(TAVI_PLUGIN_FILE_NAME);
+    return QStringLiteral(TAVI_BINARY_DIR "/plugins/" TAVI_PLUGIN_FILE_NAME);
 }
 
 // Answers the registered defaults until a key is written.

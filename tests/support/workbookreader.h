@@ -77,7 +77,7 @@ struct DumpedWorkbook
 
 inline std::optional<DumpedWorkbook> readWorkbook(const QString& path)
 {
-    const QString script = qEnvironmentVariable("TAVI_SOURCE_DIR") + QStringLiteral("/tests/support/workbook_dump.py");
+    const QString script = QStringLiteral(TAVI_SOURCE_DIR "/tests/support/workbook_dump.py");
     QProcess python;
     python.start(QStringLiteral("/usr/bin/python3"), {script, path});
     if (!python.waitForFinished(120000) || python.exitCode() != 0) {
