@@ -4,6 +4,8 @@
 // numbered, created, filled and added to the workbook. Settings registration, header rows,
 // frame rows and package assembly all follow this table.
 
+#include <QtGlobal>
+
 #include <array>
 #include <cstddef>
 #include <optional>
@@ -60,33 +62,35 @@ struct SheetEntry
 {
     SheetId id;
     const char* key;    // settings key
-    const char* title;  // tab title, also the settings description
+    const char* title;  // tab title, also the settings description and the check box text
     HeaderList headers;
     RowSpan span;
     int hiddenColumnsPerSegment;  // sensor sheets: segments without a valid sensor are hidden
 };
 
+// Titles are marked for translation in the options page's context, where they label the
+// check boxes; tab titles in the workbook stay as they are.
 inline constexpr std::array<SheetEntry, 20> sheetCatalogue = {{
-    {SheetId::GeneralInfo, "generalInfo", "General Information", HeaderList::None, RowSpan::None, 0},
-    {SheetId::Markers, "markers", "Markers", HeaderList::Markers, RowSpan::None, 0},
-    {SheetId::SegmentOriQuat, "segmentOriQuat", "Segment Orientation - Quat", HeaderList::Quaternion, RowSpan::Quaternion, 0},
-    {SheetId::SegmentOriEuler, "segmentOriEuler", "Segment Orientation - Euler", HeaderList::Segment, RowSpan::Vector3, 0},
-    {SheetId::SegmentPos, "segmentPos", "Segment Position", HeaderList::Segment, RowSpan::Vector3, 0},
-    {SheetId::SegmentVel, "segmentVel", "Segment Velocity", HeaderList::BodySegment, RowSpan::Vector3, 0},
-    {SheetId::SegmentAcc, "segmentAcc", "Segment Acceleration", HeaderList::BodySegment, RowSpan::Vector3, 0},
-    {SheetId::SegmentAngVel, "segmentAngVel", "Segment Angular Velocity", HeaderList::BodySegment, RowSpan::Vector3, 0},
-    {SheetId::SegmentAngAcc, "segmentAngAcc", "Segment Angular Acceleration", HeaderList::BodySegment, RowSpan::Vector3, 0},
-    {SheetId::JointAngles, "jointAngles", "Joint Angles ZXY", HeaderList::Joint, RowSpan::Joint, 0},
-    {SheetId::JointAnglesXzy, "jointAnglesXZY", "Joint Angles XZY", HeaderList::Joint, RowSpan::Joint, 0},
-    {SheetId::ErgJointAngles, "ergJointAngles", "Ergonomic Joint Angles ZXY", HeaderList::Ergonomic, RowSpan::Ergonomic, 0},
-    {SheetId::ErgJointAnglesXzy, "ergJointAnglesXZY", "Ergonomic Joint Angles XZY", HeaderList::Ergonomic, RowSpan::Ergonomic, 0},
-    {SheetId::CenterOfMass, "centerOfMass", "Center of Mass", HeaderList::CenterOfMass, RowSpan::Four, 0},
-    {SheetId::GlobalPosition, "globalPosition", "Global Position", HeaderList::GlobalPosition, RowSpan::Four, 0},
-    {SheetId::ExternalData, "externalData", "External Data", HeaderList::ExternalData, RowSpan::External, 0},
-    {SheetId::SensorFreeAcc, "sensorFreeAcc", "Sensor Free Acceleration", HeaderList::Segment, RowSpan::Vector3, 3},
-    {SheetId::SensorMagField, "sensorMagField", "Sensor Magnetic Field", HeaderList::Segment, RowSpan::Vector3, 3},
-    {SheetId::SensorOri, "sensorOri", "Sensor Orientation - Quat", HeaderList::Quaternion, RowSpan::Vector3, 4},
-    {SheetId::SensorOriEuler, "sensorOriEuler", "Sensor Orientation - Euler", HeaderList::Segment, RowSpan::Vector3, 3},
+    {SheetId::GeneralInfo, "generalInfo", QT_TRANSLATE_NOOP("ExcelExporterOptionsPage", "General Information"), HeaderList::None, RowSpan::None, 0},
+    {SheetId::Markers, "markers", QT_TRANSLATE_NOOP("ExcelExporterOptionsPage", "Markers"), HeaderList::Markers, RowSpan::None, 0},
+    {SheetId::SegmentOriQuat, "segmentOriQuat", QT_TRANSLATE_NOOP("ExcelExporterOptionsPage", "Segment Orientation - Quat"), HeaderList::Quaternion, RowSpan::Quaternion, 0},
+    {SheetId::SegmentOriEuler, "segmentOriEuler", QT_TRANSLATE_NOOP("ExcelExporterOptionsPage", "Segment Orientation - Euler"), HeaderList::Segment, RowSpan::Vector3, 0},
+    {SheetId::SegmentPos, "segmentPos", QT_TRANSLATE_NOOP("ExcelExporterOptionsPage", "Segment Position"), HeaderList::Segment, RowSpan::Vector3, 0},
+    {SheetId::SegmentVel, "segmentVel", QT_TRANSLATE_NOOP("ExcelExporterOptionsPage", "Segment Velocity"), HeaderList::BodySegment, RowSpan::Vector3, 0},
+    {SheetId::SegmentAcc, "segmentAcc", QT_TRANSLATE_NOOP("ExcelExporterOptionsPage", "Segment Acceleration"), HeaderList::BodySegment, RowSpan::Vector3, 0},
+    {SheetId::SegmentAngVel, "segmentAngVel", QT_TRANSLATE_NOOP("ExcelExporterOptionsPage", "Segment Angular Velocity"), HeaderList::BodySegment, RowSpan::Vector3, 0},
+    {SheetId::SegmentAngAcc, "segmentAngAcc", QT_TRANSLATE_NOOP("ExcelExporterOptionsPage", "Segment Angular Acceleration"), HeaderList::BodySegment, RowSpan::Vector3, 0},
+    {SheetId::JointAngles, "jointAngles", QT_TRANSLATE_NOOP("ExcelExporterOptionsPage", "Joint Angles ZXY"), HeaderList::Joint, RowSpan::Joint, 0},
+    {SheetId::JointAnglesXzy, "jointAnglesXZY", QT_TRANSLATE_NOOP("ExcelExporterOptionsPage", "Joint Angles XZY"), HeaderList::Joint, RowSpan::Joint, 0},
+    {SheetId::ErgJointAngles, "ergJointAngles", QT_TRANSLATE_NOOP("ExcelExporterOptionsPage", "Ergonomic Joint Angles ZXY"), HeaderList::Ergonomic, RowSpan::Ergonomic, 0},
+    {SheetId::ErgJointAnglesXzy, "ergJointAnglesXZY", QT_TRANSLATE_NOOP("ExcelExporterOptionsPage", "Ergonomic Joint Angles XZY"), HeaderList::Ergonomic, RowSpan::Ergonomic, 0},
+    {SheetId::CenterOfMass, "centerOfMass", QT_TRANSLATE_NOOP("ExcelExporterOptionsPage", "Center of Mass"), HeaderList::CenterOfMass, RowSpan::Four, 0},
+    {SheetId::GlobalPosition, "globalPosition", QT_TRANSLATE_NOOP("ExcelExporterOptionsPage", "Global Position"), HeaderList::GlobalPosition, RowSpan::Four, 0},
+    {SheetId::ExternalData, "externalData", QT_TRANSLATE_NOOP("ExcelExporterOptionsPage", "External Data"), HeaderList::ExternalData, RowSpan::External, 0},
+    {SheetId::SensorFreeAcc, "sensorFreeAcc", QT_TRANSLATE_NOOP("ExcelExporterOptionsPage", "Sensor Free Acceleration"), HeaderList::Segment, RowSpan::Vector3, 3},
+    {SheetId::SensorMagField, "sensorMagField", QT_TRANSLATE_NOOP("ExcelExporterOptionsPage", "Sensor Magnetic Field"), HeaderList::Segment, RowSpan::Vector3, 3},
+    {SheetId::SensorOri, "sensorOri", QT_TRANSLATE_NOOP("ExcelExporterOptionsPage", "Sensor Orientation - Quat"), HeaderList::Quaternion, RowSpan::Vector3, 4},
+    {SheetId::SensorOriEuler, "sensorOriEuler", QT_TRANSLATE_NOOP("ExcelExporterOptionsPage", "Sensor Orientation - Euler"), HeaderList::Segment, RowSpan::Vector3, 3},
 }};
 
 inline constexpr const SheetEntry& sheetEntry(SheetId id) { return sheetCatalogue[static_cast<std::size_t>(id)]; }
