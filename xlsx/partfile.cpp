@@ -21,7 +21,7 @@ void PartFile::open(const QString& path)
     m_file.setFileName(path);
     // The buffer here already batches the writes; QFile's own buffer would only copy twice.
     if (!m_file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text | QIODevice::Unbuffered))
-        throw std::runtime_error(QStringLiteral("Could not create temporary file %1").arg(path).toLatin1().toStdString());
+        throw std::runtime_error(QStringLiteral("Could not create temporary file %1").arg(path).toUtf8().toStdString());
 }
 
 void PartFile::flush()
@@ -68,7 +68,7 @@ void PartFile::writeFully(const char* data, std::size_t size)
     while (size > 0) {
         const qint64 written = m_file.write(data, static_cast<qint64>(size));
         if (written <= 0)
-            throw std::runtime_error(m_file.errorString().toLatin1().toStdString());
+            throw std::runtime_error(m_file.errorString().toUtf8().toStdString());
         data += written;
         size -= static_cast<std::size_t>(written);
     }
@@ -78,7 +78,7 @@ void PartFile::writeFully(const char* data, std::size_t size)
 void PartFile::checkError()
 {
     if (m_file.error() != QFileDevice::NoError)
-        throw std::runtime_error(m_file.errorString().toLatin1().toStdString());
+        throw std::runtime_error(m_file.errorString().toUtf8().toStdString());
 }
 
 } // namespace xlsx

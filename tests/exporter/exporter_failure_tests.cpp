@@ -37,7 +37,7 @@ TEST_F(ExportTest, UnwritableTargetFolderFailsInitialize)
     QFile blocker(dir.filePath(QStringLiteral("plain-file")));
     ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
     blocker.close();
-    const QString path = dir.filePath(QStringLiteral("plain-file/sub/out.xlsx"));
+    const QString path = dir.filePath(QStringLiteral("plain-file/s\u00fcb/\u6570\u636e.xlsx"));
     Session s;
     ExcelExporter exporter(s.host, &s.settings);
     EXPECT_FALSE(exporter.initialize(path));
