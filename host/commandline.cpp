@@ -104,7 +104,7 @@ std::variant<CommandLine, QString> parseCommandLine(const QStringList& arguments
     return line;
 }
 
-QString helpText()
+QString helpText(const QString& defaultSettingsPath)
 {
     return QStringLiteral(
         "Usage:\n"
@@ -121,7 +121,8 @@ QString helpText()
         "  --plugin PATH     the plug-in library to load (default: the one installed or\n"
         "                    built with this program)\n"
         "  --settings FILE   the INI file that keeps the export settings (default:\n"
-        "                    %2)\n"
+        "                    %2);\n"
+        "                    the first export creates it with the defaults, for editing\n"
         "  --set KEY=VALUE   change one export setting for this run only; the settings\n"
         "                    file is not changed. frameSkip takes an integer, every\n"
         "                    other key true or false. Repeatable.\n"
@@ -141,7 +142,7 @@ QString helpText()
         "\n"
         "Example:\n"
         "  %1 --set frameSkip=1 --set externalData=false walk01.json walk01.xlsx\n")
-        .arg(ProgramName, QStringLiteral("~/.config/tavi-export/excelexporter.ini"));
+        .arg(ProgramName, defaultSettingsPath);
 }
 
 QString versionText()

@@ -46,6 +46,6 @@ struct CommandLine
 // what is wrong with it.
 std::variant<CommandLine, QString> parseCommandLine(const QStringList& arguments);
 
-// The text of --help and of --version.
-QString helpText();
+// The text of --help (naming where the settings file is kept by default) and of --version.
+QString helpText(const QString& defaultSettingsPath);
 QString versionText();

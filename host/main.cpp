@@ -15,13 +15,14 @@
 
 #include <QApplication>
 #include <QCoreApplication>
-#include <QDir>
 #include <QElapsedTimer>
+#include <QFileInfo>
 #include <QLocale>
 #include <QStandardPaths>
 
 #include <cstdio>
 #include <memory>
+#include <vector>
 
 namespace {
 
@@ -139,12 +140,25 @@ int run(const CommandLine& line)
     factory.initializePlugin(*prepared.host);
     if (!settings)
         return usageError(QStringLiteral("the plug-in %1 registered no settings").arg(pluginPath));
+    std::vector<SettingOverride> overrides;
     for (const QString& assignment : line.settingAssignments) {
         const auto parsed = parseSettingOverride(assignment, settings->defaults());
         if (const QString* error = std::get_if<QString>(&parsed))
             return usageError(QStringLiteral("--set: %1").arg(*error));
-        settings->setOverride(std::get<SettingOverride>(parsed));
+        overrides.push_back(std::get<SettingOverride>(parsed));
     }
+
+    // The first export leaves the registered defaults in the settings file, where the user
+    // finds every key to edit. Overrides come after: writing a key drops its override.
+    if (line.exports() && !QFileInfo::exists(settingsPath)) {
+        const QMap<QString, QVariant>& defaults = settings->defaults();
+        for (auto setting = defaults.cbegin(); setting != defaults.cend(); ++setting)
+            settings->setValue(setting.key(), setting.value());
+        if (settings->status() != QSettings::NoError)
+            printError(QStringLiteral("warning: could not write the settings file %1").arg(settingsPath));
+    }
+    for (const SettingOverride& setting : overrides)
+        settings->setOverride(setting);
 
     if (line.action == CommandLine::Action::ShowOptions)
         return runOptionsDialog(factory, *settings);
@@ -190,7 +204,7 @@ int main(int argc, char** argv)
 
     switch (line.action) {
     case CommandLine::Action::ShowHelp:
-        std::fputs(qPrintable(helpText()), stdout);
+        std::fputs(qPrintable(helpText(defaultSettingsPath())), stdout);
         return ExitSuccess;
     case CommandLine::Action::ShowVersion:
         std::fputs(qPrintable(versionText()), stdout);
