@@ -1,0 +1,113 @@
+// The --options dialog around the plug-in's options page, driven through its buttons: Apply
+// and OK store the page's choices in the settings file, Cancel drops what was not applied.
+
+#include "optionsdialog.h"
+#include "pluginlocator.h"
+#include "recordinghost.h"
+#include "settingsstore.h"
+
+#include "abstractplugin.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDialog>
+#include <QDialogButtonBox>
+#include <QPushButton>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QTimer>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+namespace {
+
+QDialog* openDialog()
+{
+    for (QWidget* widget : QApplication::topLevelWidgets()) {
+        if (auto* dialog = qobject_cast<QDialog*>(widget); dialog && dialog->isVisible())
+            return dialog;
+    }
+    return nullptr;
+}
+
+// Runs the dialog; `use` works it from inside its event loop and must close it.
+int withDialog(AbstractExporterFactory& factory, const IniSettingsSynchronizer& settings,
+               const std::function<void(QDialog&)>& use)
+{
+    QTimer::singleShot(0, [&] {
+        QDialog* dialog = openDialog();
+        if (!dialog) {
+            ADD_FAILURE() << "no dialog shown";
+            QApplication::exit();
+            return;
+        }
+        use(*dialog);
+    });
+    return runOptionsDialog(factory, settings);
+}
+
+void press(QDialog& dialog, QDialogButtonBox::StandardButton which)
+{
+    dialog.findChild<QDialogButtonBox*>()->button(which)->click();
+}
+
+} // namespace
+
+TEST(OptionsDialog, ApplyAndOkStoreCancelDiscards)
+{
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    int argc = 1;
+    char name[] = "optionsdialog";
+    char* argv[] = {name, nullptr};
+    QApplication application(argc, argv);
+
+    // The plug-in as the program finds it in the build tree.
+    const QString pluginPath = locateDefaultPlugin(QStringLiteral(TAVI_BINARY_DIR "/host"));
+    ASSERT_FALSE(pluginPath.isEmpty());
+    auto loaded = ExporterPlugin::load(pluginPath);
+    ASSERT_TRUE(std::holds_alternative<std::unique_ptr<ExporterPlugin>>(loaded)) << std::get<QString>(loaded).toStdString();
+    const std::unique_ptr<ExporterPlugin> plugin = std::move(std::get<std::unique_ptr<ExporterPlugin>>(loaded));
+
+    QTemporaryDir dir;
+    const QString file = dir.filePath("options.ini");
+    IniSettingsSynchronizer* settings = nullptr;
+    RecordingHost host(Recording(), [&](const QMap<QString, QVariant>& defaults, const QMap<QString, QString>& descriptions) {
+        auto store = std::make_unique<IniSettingsSynchronizer>(file, defaults, descriptions);
+        settings = store.get();
+        return std::unique_ptr<AbstractSettingsSynchronizer>(std::move(store));
+    });
+    plugin->factory().initializePlugin(host);
+    ASSERT_NE(settings, nullptr);
+    const auto stored = [&](const char* key) { return QSettings(file, QSettings::IniFormat).value(key).toString(); };
+
+    int status = withDialog(plugin->factory(), *settings, [](QDialog& dialog) {
+        dialog.findChild<QComboBox*>("frameSkipComboBox")->setCurrentIndex(2);
+        dialog.findChild<QCheckBox*>("segmentVelCheckBox")->setChecked(false);
+        press(dialog, QDialogButtonBox::Apply);
+        EXPECT_TRUE(dialog.isVisible());
+        // Changed after Apply, then cancelled.
+        dialog.findChild<QComboBox*>("frameSkipComboBox")->setCurrentIndex(4);
+        dialog.findChild<QCheckBox*>("markersCheckBox")->setChecked(false);
+        press(dialog, QDialogButtonBox::Cancel);
+    });
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(stored("frameSkip"), "2");
+    EXPECT_EQ(stored("segmentVel"), "false");
+    EXPECT_EQ(stored("markers"), "true");
+
+    // The page opens with the stored choices; OK stores the new ones and closes.
+    status = withDialog(plugin->factory(), *settings, [](QDialog& dialog) {
+        EXPECT_EQ(dialog.findChild<QComboBox*>("frameSkipComboBox")->currentIndex(), 2);
+        EXPECT_FALSE(dialog.findChild<QCheckBox*>("segmentVelCheckBox")->isChecked());
+        dialog.findChild<QCheckBox*>("markersCheckBox")->setChecked(false);
+        press(dialog, QDialogButtonBox::Ok);
+    });
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(stored("frameSkip"), "2");
+    EXPECT_EQ(stored("markers"), "false");
+    EXPECT_EQ(stored("segmentVel"), "false");
+}
