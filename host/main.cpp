@@ -138,8 +138,10 @@ int run(const CommandLine& line)
 
     // Registers the settings; only now are their keys and types known.
     factory.initializePlugin(*prepared.host);
-    if (!settings)
-        return usageError(QStringLiteral("the plug-in %1 registered no settings").arg(pluginPath));
+    if (!settings) {
+        printError(QStringLiteral("the plug-in %1 registered no settings").arg(pluginPath));
+        return ExitUsageError;
+    }
     std::vector<SettingOverride> overrides;
     for (const QString& assignment : line.settingAssignments) {
         const auto parsed = parseSettingOverride(assignment, settings->defaults());
