@@ -3,7 +3,6 @@
 # (or the file named as the first argument).
 set -euo pipefail
 cd "$(dirname "$0")/.."
-bash scripts/build.sh
+bash scripts/build.sh tavi-export
 out="${1:-demo.xlsx}"
 build/host/tavi-export --demo "$out"
-echo "Wrote $out"
