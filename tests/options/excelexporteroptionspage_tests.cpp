@@ -2,6 +2,8 @@
 
 #include "abstractsettingssynchronizer.h"
 
+#include "widgetapplication.h"
+
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
@@ -21,38 +23,7 @@
 #include <utility>
 #include <vector>
 
-// Readable failure messages for the values the store records.
-void PrintTo(const QString& text, std::ostream* out)
-{
-    *out << '"' << text.toStdString() << '"';
-}
-
-void PrintTo(const QVariant& value, std::ostream* out)
-{
-    *out << value.typeName() << '(' << value.toString().toStdString() << ')';
-}
-
 namespace {
-
-// Widgets need an application object; gtest_main does not make one.
-class ApplicationEnvironment : public ::testing::Environment
-{
-public:
-    void SetUp() override
-    {
-        if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
-            qputenv("QT_QPA_PLATFORM", "offscreen");
-        m_app = std::make_unique<QApplication>(m_argc, m_argv);
-    }
-    void TearDown() override { m_app.reset(); }
-
-private:
-    int m_argc = 1;
-    char m_name[14] = "options_tests";
-    char* m_argv[2] = {m_name, nullptr};
-    std::unique_ptr<QApplication> m_app;
-};
-const auto* const applicationEnvironment = ::testing::AddGlobalTestEnvironment(new ApplicationEnvironment);
 
 // Every check box of the page with its title and grid cell, as the page is meant to look.
 struct ExpectedBox

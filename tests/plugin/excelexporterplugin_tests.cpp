@@ -8,6 +8,8 @@
 #include "sheetcatalogue.h"
 #include "taviPose.h"
 
+#include "widgetapplication.h"
+
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
@@ -27,31 +29,7 @@
 #include <utility>
 #include <vector>
 
-void PrintTo(const QString& text, std::ostream* out)
-{
-    *out << '"' << text.toStdString() << '"';
-}
-
 namespace {
-
-class ApplicationEnvironment : public ::testing::Environment
-{
-public:
-    void SetUp() override
-    {
-        if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
-            qputenv("QT_QPA_PLATFORM", "offscreen");
-        m_app = std::make_unique<QApplication>(m_argc, m_argv);
-    }
-    void TearDown() override { m_app.reset(); }
-
-private:
-    int m_argc = 1;
-    char m_name[13] = "plugin_tests";
-    char* m_argv[2] = {m_name, nullptr};
-    std::unique_ptr<QApplication> m_app;
-};
-const auto* const applicationEnvironment = ::testing::AddGlobalTestEnvironment(new ApplicationEnvironment);
 
 // The plug-in built in the tree this test was built in.
 QString pluginPath()
