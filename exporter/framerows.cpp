@@ -68,6 +68,11 @@ void ExcelExporter::writeSheetRow(SheetId id, int frame, const ConcreteTaviPose*
     // Without a pose object the fixed groups read as empty vectors.
     const int segments = pose ? segmentCount : 0;
     const auto vec = [&](int index, const ZtVector& v) { m_cells.writeVec(file, row, index, v); };
+    // One vector per index 0..count-1 from a per-index accessor of the pose.
+    const auto vectors = [&](int count, ZtVector (ConcreteTaviPose::*value)(int) const) {
+        for (int i = 0; i < count; ++i)
+            vec(i, (pose->*value)(i));
+    };
 
     switch (id) {
     case SheetId::SegmentOriQuat:
@@ -82,34 +87,27 @@ void ExcelExporter::writeSheetRow(SheetId id, int frame, const ConcreteTaviPose*
         writeFingerSegments(id, pose, segments, row);
         break;
     case SheetId::SegmentPos:
-        for (int i = 0; i < segments; ++i)
-            vec(i, pose->pos_g(i));
+        vectors(segments, &ConcreteTaviPose::pos_g);
         writeFingerSegments(id, pose, segments, row);
         break;
     case SheetId::SegmentVel:
-        for (int i = 0; i < segments; ++i)
-            vec(i, pose->vel_g(i));
+        vectors(segments, &ConcreteTaviPose::vel_g);
         break;
     case SheetId::SegmentAcc:
-        for (int i = 0; i < segments; ++i)
-            vec(i, pose->acc_g(i));
+        vectors(segments, &ConcreteTaviPose::acc_g);
         break;
     case SheetId::SegmentAngVel:
-        for (int i = 0; i < segments; ++i)
-            vec(i, pose->angvel_g(i));
+        vectors(segments, &ConcreteTaviPose::angvel_g);
         break;
     case SheetId::SegmentAngAcc:
-        for (int i = 0; i < segments; ++i)
-            vec(i, pose->angacc_g(i));
+        vectors(segments, &ConcreteTaviPose::angacc_g);
         break;
     case SheetId::JointAngles:
-        for (int j = 0; j < segments - 1; ++j)
-            vec(j, pose->jointAngles(j));
+        vectors(segments - 1, &ConcreteTaviPose::jointAngles);
         writeFingerJoints(id, pose, std::max(segments - 1, 0), row);
         break;
     case SheetId::JointAnglesXzy:
-        for (int j = 0; j < segments - 1; ++j)
-            vec(j, pose->jointAnglesXzy(j));
+        vectors(segments - 1, &ConcreteTaviPose::jointAnglesXzy);
         writeFingerJoints(id, pose, std::max(segments - 1, 0), row);
         break;
     case SheetId::ErgJointAngles:
@@ -133,12 +131,10 @@ void ExcelExporter::writeSheetRow(SheetId id, int frame, const ConcreteTaviPose*
         break;
     case SheetId::SensorFreeAcc:
         // One sensor slot per segment.
-        for (int i = 0; i < segments; ++i)
-            vec(i, pose->accG_s(i));
+        vectors(segments, &ConcreteTaviPose::accG_s);
         break;
     case SheetId::SensorMagField:
-        for (int i = 0; i < segments; ++i)
-            vec(i, pose->mag_s(i));
+        vectors(segments, &ConcreteTaviPose::mag_s);
         break;
     case SheetId::SensorOri:
         for (int i = 0; i < segments; ++i)
