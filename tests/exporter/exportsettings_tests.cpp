@@ -5,40 +5,25 @@
 
 #include <QMetaType>
 
+#include <utility>
+
 namespace {
 
-struct ExpectedSetting
-{
-    const char* key;
-    QVariant value;
-    const char* description;
+// Every sheet key with the description registered for it.
+const std::pair<const char*, const char*> sheetSettings[] = {
+    {"generalInfo", "General Information"}, {"markers", "Markers"},
+    {"segmentOriQuat", "Segment Orientation - Quat"}, {"segmentOriEuler", "Segment Orientation - Euler"},
+    {"segmentPos", "Segment Position"}, {"segmentVel", "Segment Velocity"},
+    {"segmentAcc", "Segment Acceleration"}, {"segmentAngVel", "Segment Angular Velocity"},
+    {"segmentAngAcc", "Segment Angular Acceleration"}, {"centerOfMass", "Center of Mass"},
+    {"globalPosition", "Global Position"}, {"externalData", "External Data"},
+    {"jointAngles", "Joint Angles ZXY"}, {"jointAnglesXZY", "Joint Angles XZY"},
+    {"ergJointAngles", "Ergonomic Joint Angles ZXY"}, {"ergJointAnglesXZY", "Ergonomic Joint Angles XZY"},
+    {"sensorOri", "Sensor Orientation - Quat"}, {"sensorOriEuler", "Sensor Orientation - Euler"},
+    {"sensorFreeAcc", "Sensor Free Acceleration"}, {"sensorMagField", "Sensor Magnetic Field"},
 };
 
-const ExpectedSetting expectedSettings[] = {
-    {"frameSkip", QVariant(0), "The number of frames to skip between exported frames, use for downsampling."},
-    {"generalInfo", QVariant(true), "General Information"},
-    {"markers", QVariant(true), "Markers"},
-    {"segmentOriQuat", QVariant(true), "Segment Orientation - Quat"},
-    {"segmentOriEuler", QVariant(true), "Segment Orientation - Euler"},
-    {"segmentPos", QVariant(true), "Segment Position"},
-    {"segmentVel", QVariant(true), "Segment Velocity"},
-    {"segmentAcc", QVariant(true), "Segment Acceleration"},
-    {"segmentAngVel", QVariant(true), "Segment Angular Velocity"},
-    {"segmentAngAcc", QVariant(true), "Segment Angular Acceleration"},
-    {"centerOfMass", QVariant(true), "Center of Mass"},
-    {"globalPosition", QVariant(true), "Global Position"},
-    {"externalData", QVariant(true), "External Data"},
-    {"jointAngles", QVariant(true), "Joint Angles ZXY"},
-    {"jointAnglesXZY", QVariant(true), "Joint Angles XZY"},
-    {"ergJointAngles", QVariant(true), "Ergonomic Joint Angles ZXY"},
-    {"ergJointAnglesXZY", QVariant(true), "Ergonomic Joint Angles XZY"},
-    {"sensorOri", QVariant(true), "Sensor Orientation - Quat"},
-    {"sensorOriEuler", QVariant(true), "Sensor Orientation - Euler"},
-    {"sensorFreeAcc", QVariant(true), "Sensor Free Acceleration"},
-    {"sensorMagField", QVariant(true), "Sensor Magnetic Field"},
-};
-
-// Switch index of each key as the exporter's flags use it.
+// The key of each of the exporter's sheet switches, by index.
 const char* const switchKeys[SheetSwitchCount] = {
     "markers", "segmentOriQuat", "segmentOriEuler", "segmentPos", "segmentVel", "segmentAcc",
     "segmentAngVel", "segmentAngAcc", "jointAngles", "jointAnglesXZY", "ergJointAngles",
@@ -50,8 +35,7 @@ const char* const switchKeys[SheetSwitchCount] = {
 class RecordingStore : public AbstractSettingsSynchronizer
 {
 public:
-    QMap<QString, QVariant> values;
-    mutable QStringList asked;
+    explicit RecordingStore(QMap<QString, QVariant> initial = exportSettingDefaults()) : values(std::move(initial)) {}
 
     QVariant value(const QString& key) const override
     {
@@ -59,92 +43,72 @@ public:
         return values.value(key);
     }
     void setValue(const QString& key, const QVariant& value) override { values.insert(key, value); }
+
+    QMap<QString, QVariant> values;
+    mutable QStringList asked;
 };
 
-TEST(ExportSettingDefaults, RegisterTwentyOneKeysWithTypedDefaultsAndDescriptions)
+TEST(ExportSettingDefaults, TwentyOneKeysWithTypedDefaultsAndDescriptions)
 {
     const QMap<QString, QVariant> defaults = exportSettingDefaults();
     const QMap<QString, QString> descriptions = exportSettingDescriptions();
     ASSERT_EQ(defaults.size(), 21);
     ASSERT_EQ(descriptions.size(), 21);
-    for (const ExpectedSetting& expected : expectedSettings) {
-        SCOPED_TRACE(expected.key);
-        ASSERT_TRUE(defaults.contains(expected.key));
-        EXPECT_EQ(defaults[expected.key].typeId(), expected.value.typeId());
-        EXPECT_EQ(defaults[expected.key], expected.value);
-        EXPECT_EQ(descriptions.value(expected.key), QString::fromLatin1(expected.description));
+    EXPECT_EQ(defaults.value("frameSkip").typeId(), QMetaType::Int);
+    EXPECT_EQ(defaults.value("frameSkip"), QVariant(0));
+    EXPECT_EQ(descriptions.value("frameSkip"),
+              "The number of frames to skip between exported frames, use for downsampling.");
+    for (const auto& [key, description] : sheetSettings) {
+        EXPECT_EQ(defaults.value(key).typeId(), QMetaType::Bool) << key;
+        EXPECT_EQ(defaults.value(key), QVariant(true)) << key;
+        EXPECT_EQ(descriptions.value(key), description) << key;
     }
 }
 
-TEST(LoadExportSettings, AsksFrameSkipFirstThenTheDataSheetsThenMarkers)
+TEST(LoadExportSettings, ReadsEachKeyIntoItsOwnSwitchInCatalogueOrder)
 {
-    RecordingStore store;
-    loadExportSettings(&store);
-    const QStringList expectedOrder = {
-        "frameSkip", "segmentOriQuat", "segmentOriEuler", "segmentPos", "segmentVel", "segmentAcc",
-        "segmentAngVel", "segmentAngAcc", "jointAngles", "jointAnglesXZY", "ergJointAngles",
-        "ergJointAnglesXZY", "centerOfMass", "globalPosition", "externalData", "sensorFreeAcc",
-        "sensorMagField", "sensorOri", "sensorOriEuler", "markers",
-    };
-    EXPECT_EQ(store.asked, expectedOrder);
-    EXPECT_FALSE(store.asked.contains("generalInfo"));
-}
-
-TEST(LoadExportSettings, FreshDefaultsExportEveryFrameAndSheet)
-{
-    RecordingStore store;
-    store.values = exportSettingDefaults();
-    const ExportSettings settings = loadExportSettings(&store);
-    EXPECT_EQ(settings.frameSkip, 0);
-    for (int i = 0; i < SheetSwitchCount; ++i)
-        EXPECT_TRUE(settings.sheetEnabled[i]) << switchKeys[i];
-}
-
-TEST(LoadExportSettings, EachKeyFillsItsOwnSwitch)
-{
-    for (int cleared = 0; cleared < SheetSwitchCount; ++cleared) {
-        SCOPED_TRACE(switchKeys[cleared]);
-        RecordingStore store;
-        store.values = exportSettingDefaults();
-        store.values.insert(switchKeys[cleared], false);
-        const ExportSettings settings = loadExportSettings(&store);
-        for (int i = 0; i < SheetSwitchCount; ++i)
-            EXPECT_EQ(settings.sheetEnabled[i], i != cleared) << switchKeys[i];
-    }
-}
-
-TEST(LoadExportSettings, ValuesPassUnvalidated)
-{
-    RecordingStore store;
-    store.values = exportSettingDefaults();
-    store.values.insert("frameSkip", -1);
-    store.values.insert("generalInfo", false);
-    EXPECT_EQ(loadExportSettings(&store).frameSkip, -1);
-
-    store.values.insert("frameSkip", QStringLiteral("3"));
-    EXPECT_EQ(loadExportSettings(&store).frameSkip, 3);
-
-    store.values.insert("frameSkip", QStringLiteral("every other"));
-    EXPECT_EQ(loadExportSettings(&store).frameSkip, 0);
-}
-
-TEST(LoadExportSettings, MissingKeysReadZeroAndFalse)
-{
-    RecordingStore empty;
-    empty.values.insert("markers", true);
-    const ExportSettings settings = loadExportSettings(&empty);
-    EXPECT_EQ(settings.frameSkip, 0);
-    EXPECT_TRUE(settings.sheetEnabled[switchIndex(SheetId::Markers)]);
+    // Asked for "frameSkip", then the data sheets in switch order, and "markers" last.
+    QStringList order{"frameSkip"};
     for (int i = 1; i < SheetSwitchCount; ++i)
-        EXPECT_FALSE(settings.sheetEnabled[i]) << switchKeys[i];
+        order << switchKeys[i];
+    order << "markers";
+
+    // -1 clears nothing: fresh defaults export every frame and every sheet.
+    for (int cleared = -1; cleared < SheetSwitchCount; ++cleared) {
+        RecordingStore store;
+        if (cleared >= 0)
+            store.values.insert(switchKeys[cleared], false);
+        const ExportSettings settings = loadExportSettings(&store);
+        EXPECT_EQ(store.asked, order);
+        EXPECT_EQ(settings.frameSkip, 0);
+        for (int i = 0; i < SheetSwitchCount; ++i)
+            EXPECT_EQ(settings.sheetEnabled[i], i != cleared)
+                << "cleared " << (cleared < 0 ? "nothing" : switchKeys[cleared]) << ", switch " << switchKeys[i];
+    }
 }
 
-TEST(LoadExportSettings, NullStoreLeavesEverythingOff)
+TEST(LoadExportSettings, FrameSkipPassesUnvalidated)
 {
-    const ExportSettings settings = loadExportSettings(nullptr);
-    EXPECT_EQ(settings.frameSkip, 0);
-    for (int i = 0; i < SheetSwitchCount; ++i)
-        EXPECT_FALSE(settings.sheetEnabled[i]) << switchKeys[i];
+    const std::pair<QVariant, int> cases[] = {
+        {QVariant(-1), -1}, {QVariant(QStringLiteral("3")), 3}, {QVariant(QStringLiteral("every other")), 0}};
+    for (const auto& [stored, expected] : cases) {
+        RecordingStore store;
+        store.values.insert("frameSkip", stored);
+        EXPECT_EQ(loadExportSettings(&store).frameSkip, expected) << stored.toString().toStdString();
+    }
+}
+
+TEST(LoadExportSettings, MissingKeysAndANullStoreReadZeroAndFalse)
+{
+    const RecordingStore onlyMarkers({{"markers", true}});
+    const ExportSettings fromStore = loadExportSettings(&onlyMarkers);
+    const ExportSettings fromNull = loadExportSettings(nullptr);
+    EXPECT_EQ(fromStore.frameSkip, 0);
+    EXPECT_EQ(fromNull.frameSkip, 0);
+    for (int i = 0; i < SheetSwitchCount; ++i) {
+        EXPECT_EQ(fromStore.sheetEnabled[i], i == switchIndex(SheetId::Markers)) << switchKeys[i];
+        EXPECT_FALSE(fromNull.sheetEnabled[i]) << switchKeys[i];
+    }
 }
 
 } // namespace

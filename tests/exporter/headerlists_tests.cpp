@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <initializer_list>
 #include <memory>
 #include <optional>
 
@@ -30,10 +31,9 @@ public:
 
     QString fingerTrackingSegmentName(ZtHandId hand, int segment) const override
     {
-        if (!fingerSegmentsNamed[hand])
-            return QString();
-        return (hand == ZtHandLeft ? QStringLiteral("LeftFinger%1") : QStringLiteral("RightFinger%1")).arg(segment);
+        return fingerSegmentsNamed[hand] ? handName(hand) + QStringLiteral("Finger%1").arg(segment) : QString();
     }
+    static QString handName(ZtHandId hand) { return hand == ZtHandLeft ? "Left" : "Right"; }
 
     ZtArray<BkeJointInfo> fingerTrackingJointInfoList(ZtHandId hand) const override { return jointRecords[hand]; }
     QStringList externalChannelNames() const override { return channels; }
@@ -47,270 +47,188 @@ public:
     }
 };
 
-ZtArray<BkeJointInfo> jointRecordsNamed(const char* prefix, int count)
+void appendHeaders(QStringList& list, const QString& name, std::initializer_list<const char*> suffixes)
 {
-    ZtArray<BkeJointInfo> records;
-    for (int i = 0; i < count; ++i)
-        records.append(BkeJointInfo{ZtString{std::string(prefix) + "Joint" + std::to_string(i)}});
-    return records;
+    for (const char* suffix : suffixes)
+        list << name + QLatin1Char(' ') + QLatin1String(suffix);
 }
 
-const QStringList bodySegmentNames = {
+const QStringList bodyAndPropNames = {
     "Pelvis", "L5", "L3", "T12", "T8", "Neck", "Head",
     "Right Shoulder", "Right Upper Arm", "Right Forearm", "Right Hand",
     "Left Shoulder", "Left Upper Arm", "Left Forearm", "Left Hand",
     "Right Upper Leg", "Right Lower Leg", "Right Foot", "Right Toe",
     "Left Upper Leg", "Left Lower Leg", "Left Foot", "Left Toe",
+    "Prop Tracker 1", "Prop Tracker 2", "Prop Tracker 3", "Prop Tracker 4",
 };
 
-const QStringList bodyJointHeaders = {
-    "L5S1 Lateral Bending", "L5S1 Axial Bending", "L5S1 Flexion/Extension",
-    "L4L3 Lateral Bending", "L4L3 Axial Rotation", "L4L3 Flexion/Extension",
-    "L1T12 Lateral Bending", "L1T12 Axial Rotation", "L1T12 Flexion/Extension",
-    "T9T8 Lateral Bending", "T9T8 Axial Rotation", "T9T8 Flexion/Extension",
-    "T1C7 Lateral Bending", "T1C7 Axial Rotation", "T1C7 Flexion/Extension",
-    "C1 Head Lateral Bending", "C1 Head Axial Rotation", "C1 Head Flexion/Extension",
-    "Right T4 Shoulder Abduction/Adduction", "Right T4 Shoulder Internal/External Rotation", "Right T4 Shoulder Flexion/Extension",
-    "Right Shoulder Abduction/Adduction", "Right Shoulder Internal/External Rotation", "Right Shoulder Flexion/Extension",
-    "Right Elbow Ulnar Deviation/Radial Deviation", "Right Elbow Pronation/Supination", "Right Elbow Flexion/Extension",
-    "Right Wrist Ulnar Deviation/Radial Deviation", "Right Wrist Pronation/Supination", "Right Wrist Flexion/Extension",
-    "Left T4 Shoulder Abduction/Adduction", "Left T4 Shoulder Internal/External Rotation", "Left T4 Shoulder Flexion/Extension",
-    "Left Shoulder Abduction/Adduction", "Left Shoulder Internal/External Rotation", "Left Shoulder Flexion/Extension",
-    "Left Elbow Ulnar Deviation/Radial Deviation", "Left Elbow Pronation/Supination", "Left Elbow Flexion/Extension",
-    "Left Wrist Ulnar Deviation/Radial Deviation", "Left Wrist Pronation/Supination", "Left Wrist Flexion/Extension",
-    "Right Hip Abduction/Adduction", "Right Hip Internal/External Rotation", "Right Hip Flexion/Extension",
-    "Right Knee Abduction/Adduction", "Right Knee Internal/External Rotation", "Right Knee Flexion/Extension",
-    "Right Ankle Abduction/Adduction", "Right Ankle Internal/External Rotation", "Right Ankle Dorsiflexion/Plantarflexion",
-    "Right Ball Foot Abduction/Adduction", "Right Ball Foot Internal/External Rotation", "Right Ball Foot Flexion/Extension",
-    "Left Hip Abduction/Adduction", "Left Hip Internal/External Rotation", "Left Hip Flexion/Extension",
-    "Left Knee Abduction/Adduction", "Left Knee Internal/External Rotation", "Left Knee Flexion/Extension",
-    "Left Ankle Abduction/Adduction", "Left Ankle Internal/External Rotation", "Left Ankle Dorsiflexion/Plantarflexion",
-    "Left Ball Foot Abduction/Adduction", "Left Ball Foot Internal/External Rotation", "Left Ball Foot Flexion/Extension",
-};
-
-struct PropCase
+// The segment, quaternion and joint lists of a suit with four props.
+QStringList fullVectorList(std::initializer_list<const char*> components)
 {
-    std::optional<int> tPoseSegments;
-    qsizetype segment, quaternion, joint;
-    const char* lastSegment;
-    const char* lastQuaternion;
-    const char* lastJoint;
-};
-
-TEST(HeaderLists, PropColumnsFollowTheTPoseSegmentCount)
-{
-    const PropCase cases[] = {
-        {23, 70, 93, 67, "Left Toe z", "Left Toe q3", "Left Ball Foot Flexion/Extension"},
-        {24, 73, 97, 70, "Prop Tracker 1 z", "Prop Tracker 1 q3", "Prop 1 z"},
-        {25, 76, 101, 73, "Prop Tracker 2 z", "Prop Tracker 2 q3", "Prop 2 z"},
-        {26, 79, 105, 76, "Prop Tracker 3 z", "Prop Tracker 3 q3", "Prop 3 z"},
-        {27, 82, 109, 79, "Prop Tracker 4 z", "Prop Tracker 4 q3", "Prop 4 z"},
-        {std::nullopt, 82, 109, 79, "Prop Tracker 4 z", "Prop Tracker 4 q3", "Prop 4 z"},
-        {0, 82, 109, 79, "Prop Tracker 4 z", "Prop Tracker 4 q3", "Prop 4 z"},
-        {22, 82, 109, 79, "Prop Tracker 4 z", "Prop Tracker 4 q3", "Prop 4 z"},
-        {28, 82, 109, 79, "Prop Tracker 4 z", "Prop Tracker 4 q3", "Prop 4 z"},
-    };
-    for (const PropCase& c : cases) {
-        SCOPED_TRACE(c.tPoseSegments ? *c.tPoseSegments : -1);
-        FakeHost host;
-        host.tPoseSegments = c.tPoseSegments;
-        const HeaderLists lists = buildHeaderLists(host);
-        EXPECT_EQ(lists.segment.size(), c.segment);
-        EXPECT_EQ(lists.quaternion.size(), c.quaternion);
-        EXPECT_EQ(lists.joint.size(), c.joint);
-        EXPECT_EQ(lists.segment.last(), c.lastSegment);
-        EXPECT_EQ(lists.quaternion.last(), c.lastQuaternion);
-        EXPECT_EQ(lists.joint.last(), c.lastJoint);
-        EXPECT_EQ(lists.bodySegment, lists.segment);
-        EXPECT_EQ(lists.ergonomic.size(), 19);
-        EXPECT_EQ(lists.centerOfMass.size(), 10);
-        EXPECT_FALSE(lists.hasFingerTracking);
-    }
+    QStringList list{"Frame"};
+    for (const QString& segment : bodyAndPropNames)
+        appendHeaders(list, segment, components);
+    return list;
 }
+const QStringList fullSegmentList = fullVectorList({"x", "y", "z"});
+const QStringList fullQuaternionList = fullVectorList({"q0", "q1", "q2", "q3"});
 
-TEST(HeaderLists, BodyColumnsNameEverySegmentAndJoint)
+QStringList jointList()
 {
-    FakeHost host;
-    host.tPoseSegments = 27;
-    const HeaderLists lists = buildHeaderLists(host);
-
-    QStringList names = bodySegmentNames;
+    QStringList joints{"Frame"};
+    appendHeaders(joints, "L5S1", {"Lateral Bending", "Axial Bending", "Flexion/Extension"});
+    for (const char* spine : {"L4L3", "L1T12", "T9T8", "T1C7", "C1 Head"})
+        appendHeaders(joints, spine, {"Lateral Bending", "Axial Rotation", "Flexion/Extension"});
+    const auto rotation = {"Abduction/Adduction", "Internal/External Rotation", "Flexion/Extension"};
+    const auto forearm = {"Ulnar Deviation/Radial Deviation", "Pronation/Supination", "Flexion/Extension"};
+    for (const QString side : {"Right", "Left"}) {
+        appendHeaders(joints, side + " T4 Shoulder", rotation);
+        appendHeaders(joints, side + " Shoulder", rotation);
+        appendHeaders(joints, side + " Elbow", forearm);
+        appendHeaders(joints, side + " Wrist", forearm);
+    }
+    for (const QString side : {"Right", "Left"}) {
+        appendHeaders(joints, side + " Hip", rotation);
+        appendHeaders(joints, side + " Knee", rotation);
+        appendHeaders(joints, side + " Ankle",
+                     {"Abduction/Adduction", "Internal/External Rotation", "Dorsiflexion/Plantarflexion"});
+        appendHeaders(joints, side + " Ball Foot", rotation);
+    }
     for (int prop = 1; prop <= 4; ++prop)
-        names << QStringLiteral("Prop Tracker %1").arg(prop);
-    EXPECT_EQ(segmentNames(), names);
+        appendHeaders(joints, QStringLiteral("Prop %1").arg(prop), {"x", "y", "z"});
+    return joints;
+}
+const QStringList fullJointList = jointList();
 
-    ASSERT_EQ(lists.segment.size(), 1 + 3 * names.size());
-    ASSERT_EQ(lists.quaternion.size(), 1 + 4 * names.size());
-    EXPECT_EQ(lists.segment.first(), "Frame");
-    EXPECT_EQ(lists.quaternion.first(), "Frame");
-    for (qsizetype i = 0; i < names.size(); ++i) {
-        EXPECT_EQ(lists.segment[1 + 3 * i], names[i] + " x");
-        EXPECT_EQ(lists.segment[2 + 3 * i], names[i] + " y");
-        EXPECT_EQ(lists.segment[3 + 3 * i], names[i] + " z");
-        EXPECT_EQ(lists.quaternion[1 + 4 * i], names[i] + " q0");
-        EXPECT_EQ(lists.quaternion[4 + 4 * i], names[i] + " q3");
+TEST(HeaderLists, PropColumnsFollowTheTPoseSegmentCountAndTheRestIsFixed)
+{
+    EXPECT_EQ(segmentNames(), bodyAndPropNames);
+    EXPECT_EQ(fullJointList[2], "L5S1 Axial Bending");
+    QStringList ergonomic{"Frame"};
+    for (const char* joint : {"T8_Head", "T8_LeftUpperArm", "T8_RightUpperArm", "Pelvis_T8", "Vertical_Pelvis",
+                              "Vertical_T8"})
+        appendHeaders(ergonomic, joint, {"Lateral Bending", "Axial Bending", "Flexion/Extension"});
+    const QStringList centerOfMass = {"Frame", "CoM pos x", "CoM pos y", "CoM pos z", "CoM vel x",
+                                      "CoM vel y", "CoM vel z", "CoM acc x", "CoM acc y", "CoM acc z"};
+    const QStringList channels = {"EMG 2", "EMG 1", QString::fromUtf8("Kraft \xc3\x9c & <x>"), ""};
+
+    // T-pose segment count and the props it leaves: 23 is the bare body; no T-pose, or a
+    // count that names no prop set, keeps all four.
+    const std::pair<std::optional<int>, int> cases[] = {{23, 0}, {24, 1}, {25, 2}, {26, 3}, {27, 4},
+                                                        {std::nullopt, 4}, {0, 4}, {22, 4}, {28, 4}};
+    for (const auto& [tPoseSegments, props] : cases) {
+        SCOPED_TRACE(tPoseSegments.value_or(-1));
+        FakeHost host;
+        host.tPoseSegments = tPoseSegments;
+        host.channels = channels;
+        const HeaderLists lists = buildHeaderLists(host);
+        EXPECT_EQ(lists.segment, fullSegmentList.first(70 + 3 * props));
+        EXPECT_EQ(lists.quaternion, fullQuaternionList.first(93 + 4 * props));
+        EXPECT_EQ(lists.joint, fullJointList.first(67 + 3 * props));
+        EXPECT_EQ(lists.bodySegment, lists.segment);
+        EXPECT_FALSE(lists.hasFingerTracking);
+        EXPECT_EQ(lists.ergonomic, ergonomic);
+        EXPECT_EQ(lists.centerOfMass, centerOfMass);
+        EXPECT_EQ(lists.globalPosition, QStringList({"Frame", "Latitude", "Longitude", "Altitude"}));
+        // Channel names verbatim, in the host's order.
+        EXPECT_EQ(lists.externalData, QStringList({"Frame", "Sample"}) + channels);
     }
-
-    const QStringList joints = QStringList{"Frame"} + bodyJointHeaders
-        + QStringList{"Prop 1 x", "Prop 1 y", "Prop 1 z", "Prop 2 x", "Prop 2 y", "Prop 2 z",
-                      "Prop 3 x", "Prop 3 y", "Prop 3 z", "Prop 4 x", "Prop 4 y", "Prop 4 z"};
-    EXPECT_EQ(lists.joint, joints);
 }
 
-TEST(HeaderLists, ErgonomicCentreOfMassAndGlobalPositionAreFixed)
+// 19 records named "x" + hand + "Joint" + index, giving the labels hand + " Joint" + index.
+ZtArray<BkeJointInfo> jointRecords(const char* hand)
 {
-    FakeHost host;
-    host.tPoseSegments = 23;
-    const HeaderLists lists = buildHeaderLists(host);
-
-    const char* ergonomicJoints[] = {"T8_Head", "T8_LeftUpperArm", "T8_RightUpperArm",
-                                     "Pelvis_T8", "Vertical_Pelvis", "Vertical_T8"};
-    ASSERT_EQ(lists.ergonomic.size(), 19);
-    EXPECT_EQ(lists.ergonomic.first(), "Frame");
-    for (int i = 0; i < 6; ++i) {
-        const QString name = QString::fromLatin1(ergonomicJoints[i]);
-        EXPECT_EQ(lists.ergonomic[1 + 3 * i], name + " Lateral Bending");
-        EXPECT_EQ(lists.ergonomic[2 + 3 * i], name + " Axial Bending");
-        EXPECT_EQ(lists.ergonomic[3 + 3 * i], name + " Flexion/Extension");
-    }
-    EXPECT_EQ(lists.ergonomic.last(), "Vertical_T8 Flexion/Extension");
-
-    EXPECT_EQ(lists.centerOfMass, QStringList({"Frame", "CoM pos x", "CoM pos y", "CoM pos z", "CoM vel x",
-                                               "CoM vel y", "CoM vel z", "CoM acc x", "CoM acc y", "CoM acc z"}));
-    EXPECT_EQ(lists.globalPosition, QStringList({"Frame", "Latitude", "Longitude", "Altitude"}));
-    EXPECT_EQ(lists.externalData, QStringList({"Frame", "Sample"}));
+    ZtArray<BkeJointInfo> records;
+    for (int i = 0; i < 19; ++i)
+        records.append(BkeJointInfo{ZtString{std::string("x") + hand + "Joint" + std::to_string(i)}});
+    return records;
 }
 
-TEST(HeaderLists, ExternalChannelNamesAreUsedVerbatimInHostOrder)
+TEST(FingerTrackingHeaders, EachHandAppendsItsColumnsAfterTheBody)
 {
-    FakeHost host;
-    host.channels = {"EMG 2", "EMG 1", QString::fromUtf8("Kraft \xc3\x9c & <x>"), ""};
-    const HeaderLists lists = buildHeaderLists(host);
-    EXPECT_EQ(lists.externalData, QStringList({"Frame", "Sample"}) + host.channels);
-}
-
-TEST(HeaderLists, SheetsTakeTheirListsFromTheCatalogue)
-{
-    FakeHost host;
-    host.tPoseSegments = 24;
-    host.fingerSegmentsNamed[ZtHandLeft] = host.fingerSegmentsNamed[ZtHandRight] = true;
-    const HeaderLists lists = buildHeaderLists(host);
-
-    EXPECT_EQ(lists.forSheet(sheetEntry(SheetId::SegmentOriQuat).headers), lists.quaternion);
-    EXPECT_EQ(lists.forSheet(sheetEntry(SheetId::SensorOri).headers), lists.quaternion);
-    EXPECT_EQ(lists.forSheet(sheetEntry(SheetId::SegmentPos).headers), lists.segment);
-    EXPECT_EQ(lists.forSheet(sheetEntry(SheetId::SensorMagField).headers), lists.segment);
-    EXPECT_EQ(lists.forSheet(sheetEntry(SheetId::SegmentAngAcc).headers), lists.bodySegment);
-    EXPECT_EQ(lists.forSheet(sheetEntry(SheetId::JointAnglesXzy).headers), lists.joint);
-    EXPECT_EQ(lists.forSheet(sheetEntry(SheetId::ErgJointAngles).headers), lists.ergonomic);
-    EXPECT_EQ(lists.forSheet(sheetEntry(SheetId::CenterOfMass).headers), lists.centerOfMass);
-    EXPECT_EQ(lists.forSheet(sheetEntry(SheetId::GlobalPosition).headers), lists.globalPosition);
-    EXPECT_EQ(lists.forSheet(sheetEntry(SheetId::ExternalData).headers), lists.externalData);
-    EXPECT_TRUE(lists.forSheet(sheetEntry(SheetId::GeneralInfo).headers).isEmpty());
-    EXPECT_NE(lists.segment, lists.bodySegment);
-}
-
-TEST(FingerTrackingHeaders, EachHandAddsItsSegmentsAndJointsAfterTheBody)
-{
-    for (const int tPoseSegments : {23, 27}) {
+    for (const auto& [tPoseSegments, props] : {std::pair{23, 0}, std::pair{27, 4}}) {
         SCOPED_TRACE(tPoseSegments);
-        FakeHost bodyOnly;
-        bodyOnly.tPoseSegments = tPoseSegments;
-        const HeaderLists body = buildHeaderLists(bodyOnly);
-
         FakeHost host;
         host.tPoseSegments = tPoseSegments;
         host.fingerSegmentsNamed[ZtHandLeft] = host.fingerSegmentsNamed[ZtHandRight] = true;
-        host.jointRecords[ZtHandLeft] = jointRecordsNamed("l", 19);
-        host.jointRecords[ZtHandRight] = jointRecordsNamed("r", 19);
+        host.jointRecords = {jointRecords("Left"), jointRecords("Right")};
         const HeaderLists lists = buildHeaderLists(host);
 
+        const QStringList bodySegment = fullSegmentList.first(70 + 3 * props);
+        QStringList segment = bodySegment;
+        QStringList quaternion = fullQuaternionList.first(93 + 4 * props);
+        QStringList joint = fullJointList.first(67 + 3 * props);
+        for (const ZtHandId hand : {ZtHandLeft, ZtHandRight}) {
+            const QString name = FakeHost::handName(hand);
+            for (int i = 0; i < 20; ++i) {
+                appendHeaders(segment, name + QStringLiteral("Finger%1").arg(i), {"x", "y", "z"});
+                appendHeaders(quaternion, name + QStringLiteral("Finger%1").arg(i), {"q0", "q1", "q2", "q3"});
+            }
+            for (int i = 0; i < 19; ++i)
+                appendHeaders(joint, name + QStringLiteral(" Joint%1").arg(i),
+                              {"Abduction/Adduction", "Internal/External Rotation", "Flexion/Extension"});
+        }
         EXPECT_TRUE(lists.hasFingerTracking);
-        ASSERT_EQ(lists.segment.size(), body.segment.size() + 120);
-        ASSERT_EQ(lists.quaternion.size(), body.quaternion.size() + 160);
-        ASSERT_EQ(lists.joint.size(), body.joint.size() + 114);
-        EXPECT_EQ(lists.bodySegment, body.segment);
-        EXPECT_EQ(lists.segment.mid(0, body.segment.size()), body.segment);
-        EXPECT_EQ(lists.quaternion.mid(0, body.quaternion.size()), body.quaternion);
-        EXPECT_EQ(lists.joint.mid(0, body.joint.size()), body.joint);
+        EXPECT_EQ(lists.segment.size(), 70 + 3 * props + 2 * 60);
+        EXPECT_EQ(lists.quaternion.size(), 93 + 4 * props + 2 * 80);
+        EXPECT_EQ(lists.joint.size(), 67 + 3 * props + 2 * 57);
+        EXPECT_EQ(lists.segment, segment);
+        EXPECT_EQ(lists.quaternion, quaternion);
+        EXPECT_EQ(lists.joint, joint);
+        // The kinematic sheets keep the body columns.
+        EXPECT_EQ(lists.bodySegment, bodySegment);
 
-        const qsizetype s = body.segment.size();
-        EXPECT_EQ(lists.segment[s], "LeftFinger0 x");
-        EXPECT_EQ(lists.segment[s + 59], "LeftFinger19 z");
-        EXPECT_EQ(lists.segment[s + 60], "RightFinger0 x");
-        EXPECT_EQ(lists.segment.last(), "RightFinger19 z");
-
-        const qsizetype q = body.quaternion.size();
-        EXPECT_EQ(lists.quaternion[q], "LeftFinger0 q0");
-        EXPECT_EQ(lists.quaternion[q + 79], "LeftFinger19 q3");
-        EXPECT_EQ(lists.quaternion[q + 80], "RightFinger0 q0");
-        EXPECT_EQ(lists.quaternion.last(), "RightFinger19 q3");
-
-        const qsizetype j = body.joint.size();
-        EXPECT_EQ(lists.joint[j], "Joint0 Abduction/Adduction");
-        EXPECT_EQ(lists.joint[j + 1], "Joint0 Internal/External Rotation");
-        EXPECT_EQ(lists.joint[j + 2], "Joint0 Flexion/Extension");
-        EXPECT_EQ(lists.joint[j + 56], "Joint18 Flexion/Extension");
-        EXPECT_EQ(lists.joint[j + 57], "Joint0 Abduction/Adduction");
-        EXPECT_EQ(lists.joint.last(), "Joint18 Flexion/Extension");
+        const std::pair<SheetId, const QStringList*> sheetLists[] = {
+            {SheetId::SegmentOriQuat, &lists.quaternion}, {SheetId::SensorOri, &lists.quaternion},
+            {SheetId::SegmentPos, &lists.segment}, {SheetId::SensorMagField, &lists.segment},
+            {SheetId::SegmentAngAcc, &lists.bodySegment}, {SheetId::JointAnglesXzy, &lists.joint},
+            {SheetId::ErgJointAngles, &lists.ergonomic}, {SheetId::CenterOfMass, &lists.centerOfMass},
+            {SheetId::GlobalPosition, &lists.globalPosition}, {SheetId::ExternalData, &lists.externalData},
+        };
+        for (const auto& [sheet, list] : sheetLists)
+            EXPECT_EQ(lists.forSheet(sheetEntry(sheet).headers), *list) << sheetEntry(sheet).key;
+        EXPECT_TRUE(lists.forSheet(sheetEntry(SheetId::GeneralInfo).headers).isEmpty());
     }
 }
 
-TEST(FingerTrackingHeaders, OnlyASecondHandSegmentNameSwitchesFingerTrackingOn)
+TEST(FingerTrackingHeaders, SecondHandDecidesAndMissingRecordsGiveEmptyLabels)
 {
-    FakeHost host;
-    host.tPoseSegments = 27;
-    host.fingerSegmentsNamed[ZtHandLeft] = true;
-    host.jointRecords[ZtHandLeft] = jointRecordsNamed("l", 19);
-    const HeaderLists lists = buildHeaderLists(host);
-    EXPECT_FALSE(lists.hasFingerTracking);
-    EXPECT_EQ(lists.segment.size(), 82);
-    EXPECT_EQ(lists.quaternion.size(), 109);
-    EXPECT_EQ(lists.joint.size(), 79);
-}
+    FakeHost leftOnly;
+    leftOnly.tPoseSegments = 27;
+    leftOnly.fingerSegmentsNamed[ZtHandLeft] = true;
+    leftOnly.jointRecords[ZtHandLeft] = jointRecords("Left");
+    const HeaderLists withoutFingers = buildHeaderLists(leftOnly);
+    EXPECT_FALSE(withoutFingers.hasFingerTracking);
+    EXPECT_EQ(withoutFingers.segment, fullSegmentList);
+    EXPECT_EQ(withoutFingers.quaternion, fullQuaternionList);
+    EXPECT_EQ(withoutFingers.joint, fullJointList);
 
-TEST(FingerTrackingHeaders, JointNamesAreUtf8AndMissingRecordsGiveEmptyLabels)
-{
+    // One UTF-8 record for the left hand, none for the right.
     FakeHost host;
     host.tPoseSegments = 27;
     host.fingerSegmentsNamed[ZtHandLeft] = host.fingerSegmentsNamed[ZtHandRight] = true;
     host.jointRecords[ZtHandLeft] = {BkeJointInfo{ZtString{"jMittel\xc3\x96""ffnung"}}};
     const HeaderLists lists = buildHeaderLists(host);
-
     ASSERT_EQ(lists.joint.size(), 79 + 114);
     EXPECT_EQ(lists.joint[79], QString::fromUtf8("Mittel \xc3\x96""ffnung Abduction/Adduction"));
     EXPECT_EQ(lists.joint[79 + 3], " Abduction/Adduction");
-    EXPECT_EQ(lists.joint[79 + 56], " Flexion/Extension");
     EXPECT_EQ(lists.joint.last(), " Flexion/Extension");
 }
 
 TEST(FingerJointLabel, DropsThePrefixAndSeparatesCapitalisedWords)
 {
-    EXPECT_EQ(fingerJointLabel("xAbcDEF"), "Abc DEF");
-    EXPECT_EQ(fingerJointLabel("lIndexProximalJoint"), "Index Proximal Joint");
-    EXPECT_EQ(fingerJointLabel("xabcDef"), "abc Def");
-    EXPECT_EQ(fingerJointLabel("xABc"), "ABc");
-    EXPECT_EQ(fingerJointLabel("xa1B"), "a1 B");
-    EXPECT_EQ(fingerJointLabel("xA"), "A");
-    EXPECT_EQ(fingerJointLabel("xy"), "y");
-}
-
-TEST(FingerJointLabel, NamesShorterThanTwoCharactersGiveNoLabel)
-{
-    EXPECT_EQ(fingerJointLabel(""), "");
-    EXPECT_EQ(fingerJointLabel("x"), "");
-    EXPECT_EQ(fingerJointLabel(QString::fromUtf8("\xc3\x84")), "");
-}
-
-TEST(FingerJointLabel, NonAsciiCapitalsStartWordsToo)
-{
-    EXPECT_EQ(fingerJointLabel(QString::fromUtf8("xgr\xc3\xb6\xc3\x9f""e\xc3\x84nderung")),
-              QString::fromUtf8("gr\xc3\xb6\xc3\x9f""e \xc3\x84nderung"));
-    // Greek capital beta after a small alpha.
-    EXPECT_EQ(fingerJointLabel(QString::fromUtf8("x\xce\xb1\xce\x92")), QString::fromUtf8("\xce\xb1 \xce\x92"));
-    // Deseret capitals lie outside the basic plane and still count as capitals.
-    EXPECT_EQ(fingerJointLabel(QString::fromUtf8("x\xf0\x90\x90\x80""a\xf0\x90\x90\x81")),
-              QString::fromUtf8("\xf0\x90\x90\x80""a \xf0\x90\x90\x81"));
+    const std::pair<const char*, const char*> cases[] = {
+        {"xAbcDEF", "Abc DEF"}, {"lIndexProximalJoint", "Index Proximal Joint"}, {"xabcDef", "abc Def"},
+        {"xABc", "ABc"}, {"xa1B", "a1 B"}, {"xA", "A"}, {"xy", "y"},
+        // Names shorter than two characters give no label.
+        {"", ""}, {"x", ""}, {"\xc3\x84", ""},
+        // Capitals outside ASCII start words too: German, Greek, and Deseret beyond the basic plane.
+        {"xgr\xc3\xb6\xc3\x9f""e\xc3\x84nderung", "gr\xc3\xb6\xc3\x9f""e \xc3\x84nderung"},
+        {"x\xce\xb1\xce\x92", "\xce\xb1 \xce\x92"},
+        {"x\xf0\x90\x90\x80""a\xf0\x90\x90\x81", "\xf0\x90\x90\x80""a \xf0\x90\x90\x81"},
+    };
+    for (const auto& [name, label] : cases)
+        EXPECT_EQ(fingerJointLabel(QString::fromUtf8(name)), QString::fromUtf8(label)) << name;
 }
 
 } // namespace
