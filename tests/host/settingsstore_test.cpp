@@ -1,7 +1,6 @@
 // The settings stores: registered defaults, values kept in an INI file with their types, and
 // one-run overrides given as KEY=VALUE.
 
-#include "recordinghost.h"
 #include "settingsstore.h"
 
 #include <QFile>
@@ -17,12 +16,6 @@ QByteArray fileBytes(const QString& path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-QString overrideError(const QString& text)
-{
-    const auto parsed = parseSettingOverride(text, Defaults);
-    return std::holds_alternative<QString>(parsed) ? std::get<QString>(parsed) : QString();
 }
 
 } // namespace
@@ -41,92 +34,66 @@ TEST(HostSettings, MemoryStoreAnswersDefaultsAndNotesWhatWasAsked)
     EXPECT_EQ(store.descriptions().value("markers"), "Markers");
 }
 
-TEST(HostSettings, IniStoreKeepsTypedValuesAcrossInstances)
+TEST(HostSettings, IniStoreKeepsTypedValuesAndOverridesForOneRun)
 {
     QTemporaryDir dir;
     const QString path = dir.filePath("settings.ini");
     {
         IniSettingsSynchronizer fresh(path, Defaults);
         EXPECT_EQ(fresh.value("frameSkip"), QVariant(0));
-        EXPECT_EQ(fresh.value("markers"), QVariant(true));
         fresh.setValue("frameSkip", 4);
         fresh.setValue("markers", false);
         EXPECT_EQ(fresh.status(), QSettings::NoError);
     }
-    EXPECT_TRUE(QFile::exists(path));
-
-    IniSettingsSynchronizer reopened(path, Defaults);
-    const QVariant frameSkip = reopened.value("frameSkip");
-    EXPECT_EQ(frameSkip.typeId(), QMetaType::Int);
-    EXPECT_EQ(frameSkip.toInt(), 4);
-    const QVariant markers = reopened.value("markers");
-    EXPECT_EQ(markers.typeId(), QMetaType::Bool);
-    EXPECT_FALSE(markers.toBool());
-    EXPECT_EQ(reopened.value("segmentPos"), QVariant(true));
-
-    // Hand-edited text that does not convert reads as the type's null value.
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    file.write("[General]\nframeSkip=abc\nmarkers=false\n");
-    file.close();
-    IniSettingsSynchronizer edited(path, Defaults);
-    EXPECT_EQ(edited.value("frameSkip"), QVariant(0));
-    EXPECT_EQ(edited.value("markers"), QVariant(false));
-}
-
-TEST(HostSettings, OverridesAnswerForOneRunOnly)
-{
-    QTemporaryDir dir;
-    const QString path = dir.filePath("settings.ini");
+    // INI files hold text: the values come back with the types of their defaults.
     IniSettingsSynchronizer store(path, Defaults);
-    store.setValue("frameSkip", 2);
-    const QByteArray before = fileBytes(path);
+    EXPECT_EQ(store.value("frameSkip").typeId(), QMetaType::Int);
+    EXPECT_EQ(store.value("frameSkip"), QVariant(4));
+    EXPECT_EQ(store.value("markers").typeId(), QMetaType::Bool);
+    EXPECT_EQ(store.value("markers"), QVariant(false));
+    EXPECT_EQ(store.value("segmentPos"), QVariant(true));
 
-    for (const QString& text : {QStringLiteral("frameSkip=-1"), QStringLiteral("markers=false")}) {
+    const QByteArray before = fileBytes(path);
+    for (const QString& text : {QStringLiteral("frameSkip=-1"), QStringLiteral("segmentPos=false")}) {
         const auto parsed = parseSettingOverride(text, Defaults);
         ASSERT_TRUE(std::holds_alternative<SettingOverride>(parsed)) << std::get<QString>(parsed).toStdString();
         store.setOverride(std::get<SettingOverride>(parsed));
     }
     EXPECT_EQ(store.value("frameSkip"), QVariant(-1));
-    EXPECT_EQ(store.value("markers"), QVariant(false));
+    EXPECT_EQ(store.value("segmentPos"), QVariant(false));
     EXPECT_EQ(fileBytes(path), before);
-    IniSettingsSynchronizer other(path, Defaults);
-    EXPECT_EQ(other.value("frameSkip"), QVariant(2));
-    EXPECT_EQ(other.value("markers"), QVariant(true));
-
+    EXPECT_EQ(IniSettingsSynchronizer(path, Defaults).value("segmentPos"), QVariant(true));
     // A value written later replaces the override and reaches the file.
     store.setValue("frameSkip", 5);
     EXPECT_EQ(store.value("frameSkip"), QVariant(5));
     EXPECT_EQ(IniSettingsSynchronizer(path, Defaults).value("frameSkip"), QVariant(5));
+
+    // Hand-edited text that does not convert reads as the type's null value.
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    file.write("[General]\nframeSkip=abc\nmarkers=true\n");
+    file.close();
+    IniSettingsSynchronizer edited(path, Defaults);
+    EXPECT_EQ(edited.value("frameSkip"), QVariant(0));
+    EXPECT_EQ(edited.value("markers"), QVariant(true));
 }
 
 TEST(HostSettings, MalformedOverridesAreExplained)
 {
-    EXPECT_EQ(overrideError("frameSkip=3"), QString());
-    EXPECT_EQ(overrideError("markers=true"), QString());
-    EXPECT_EQ(overrideError("frameSkip"), "\"frameSkip\" is not of the form KEY=VALUE");
-    EXPECT_EQ(overrideError("=3"), "\"=3\" is not of the form KEY=VALUE");
-    EXPECT_EQ(overrideError("frameskip=3"),
-              "unknown setting \"frameskip\"; the settings are: frameSkip, markers, segmentPos");
-    EXPECT_EQ(overrideError("frameSkip=two"), "setting frameSkip takes an integer, not \"two\"");
-    EXPECT_EQ(overrideError("frameSkip=1.5"), "setting frameSkip takes an integer, not \"1.5\"");
-    EXPECT_EQ(overrideError("frameSkip="), "setting frameSkip takes an integer, not \"\"");
-    EXPECT_EQ(overrideError("frameSkip=99999999999"), "setting frameSkip takes an integer, not \"99999999999\"");
-    EXPECT_EQ(overrideError("markers=yes"), "setting markers takes true or false, not \"yes\"");
-    EXPECT_EQ(overrideError("markers=True"), "setting markers takes true or false, not \"True\"");
-}
-
-TEST(HostSettings, HostCreatesTheStoreItsFactoryMakes)
-{
-    QTemporaryDir dir;
-    const QString path = dir.filePath("export.ini");
-    RecordingHost host(Recording(), [&](const QMap<QString, QVariant>& defaults, const QMap<QString, QString>& descriptions) {
-        return std::make_unique<IniSettingsSynchronizer>(path, defaults, descriptions);
-    });
-    std::unique_ptr<AbstractSettingsSynchronizer> store(host.createSettingsSynchronizer(Defaults, {}, nullptr));
-    auto* ini = dynamic_cast<IniSettingsSynchronizer*>(store.get());
-    ASSERT_NE(ini, nullptr);
-    EXPECT_EQ(ini->fileName(), path);
-    store->setValue("segmentPos", false);
-    EXPECT_EQ(IniSettingsSynchronizer(path, Defaults).value("segmentPos"), QVariant(false));
+    const char* const cases[][2] = {
+        {"frameSkip", R"("frameSkip" is not of the form KEY=VALUE)"},
+        {"=3", R"("=3" is not of the form KEY=VALUE)"},
+        {"frameskip=3", R"(unknown setting "frameskip"; the settings are: frameSkip, markers, segmentPos)"},
+        {"frameSkip=two", R"(setting frameSkip takes an integer, not "two")"},
+        {"frameSkip=1.5", R"(setting frameSkip takes an integer, not "1.5")"},
+        {"frameSkip=", R"(setting frameSkip takes an integer, not "")"},
+        {"frameSkip=99999999999", R"(setting frameSkip takes an integer, not "99999999999")"},
+        {"markers=yes", R"(setting markers takes true or false, not "yes")"},
+        {"markers=True", R"(setting markers takes true or false, not "True")"},
+    };
+    for (const auto& [text, message] : cases) {
+        const auto parsed = parseSettingOverride(QString::fromUtf8(text), Defaults);
+        ASSERT_TRUE(std::holds_alternative<QString>(parsed)) << text;
+        EXPECT_EQ(std::get<QString>(parsed), QString::fromUtf8(message));
+    }
 }
