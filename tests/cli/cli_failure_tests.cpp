@@ -28,56 +28,34 @@ QString refused(const CliWorkspace& space, const QStringList& arguments)
 
 } // namespace
 
-TEST(CliFailures, RejectedRecordingFilesNameFileAndPath)
+TEST(CliFailures, RejectedRecordingFilesAreExplained)
 {
-    CliWorkspace space;
-    space.writeFile("broken.json", R"({"format": "tavi-recording", "version": 1, "frames": [)");
-    space.writeFile("version2.json", R"({"format": "tavi-recording", "version": 2})");
-    space.writeFile("noformat.json", R"({"version": 1})");
-    space.writeFile("nested.json", R"({"format": "tavi-recording", "version": 1, "frames": [
-        {"frame": 0, "pose": {"segments": [{}, {}, {}, {"q": [1, 0, 0, 0]}]}},
-        {"frame": 1, "pose": {"segments": [{}, {}, {}, {"q": "identity"}]}}]})");
-
-    const struct
-    {
-        const char* file;
-        const char* expected;
-    } cases[] = {
-        {"broken.json", "broken.json"},
-        {"version2.json", "version"},
-        {"noformat.json", "format"},
-        {"nested.json", "nested.json: frames[1].pose.segments[3].q: "},
-        {"absent.json", "absent.json"},
+    const char* const cases[][3] = {
+        {"broken.json", R"({"format": "tavi-recording", "version": 1, "frames": [)",
+         "broken.json:1:55: invalid JSON: expected a value, found the end of the text (byte offset 54)"},
+        {"version2.json", R"({"format": "tavi-recording", "version": 2})",
+         "version2.json: version: expected the integer 1, found the number 2"},
+        {"noformat.json", R"({"version": 1})", R"(noformat.json: format: missing, expected the string "tavi-recording")"},
+        {"nested.json", R"({"format": "tavi-recording", "version": 1, "frames": [
+           {"frame": 0, "pose": {"segments": [{}, {}, {}, {"q": [1, 0, 0, 0]}]}},
+           {"frame": 1, "pose": {"segments": [{}, {}, {}, {"q": "identity"}]}}]})",
+         "nested.json: frames[1].pose.segments[3].q: expected an array of 4 numbers, found a string"},
+        {"absent.json", nullptr, "absent.json: cannot open: No such file or directory"},
     };
-    for (const auto& c : cases) {
-        const QString error = refused(space, {c.file, "out.xlsx"});
-        EXPECT_TRUE(error.contains(QLatin1String(c.expected))) << c.file << ": " << error.toStdString();
-        EXPECT_TRUE(error.contains(QLatin1String(c.file))) << error.toStdString();
-    }
-}
-
-TEST(CliFailures, BadSettingOverridesAreCommandLineErrors)
-{
     CliWorkspace space;
-    space.writeFile("rec.json", ValidRecording);
-
-    EXPECT_TRUE(refused(space, {"--set", "colour=true", "rec.json", "out.xlsx"}).contains("unknown setting \"colour\""));
-    for (const char* malformed : {"frameSkip=1.5", "frameSkip=", "markers=yes", "segmentPos=1", "frameSkip"}) {
-        const QString error = refused(space, {"--set", malformed, "--demo", "out.xlsx"});
-        EXPECT_TRUE(error.contains("--set")) << malformed << ": " << error.toStdString();
+    for (const auto& [file, content, message] : cases) {
+        if (content)
+            space.writeFile(file, content);
+        EXPECT_EQ(refused(space, {file, "out.xlsx"}).toStdString(), std::string("tavi-export: ") + message + "\n");
     }
-    // A valid override does not excuse a bad one after it.
-    refused(space, {"--set", "frameSkip=2", "--set", "markers=maybe", "rec.json", "out.xlsx"});
 }
 
 TEST(CliFailures, PluginsThatCannotBeUsed)
 {
     CliWorkspace space;
     space.writeFile("not-a-library.so", "text");
-
     EXPECT_TRUE(refused(space, {"--plugin", space.path("missing.so"), "--demo", "out.xlsx"}).contains("missing.so"));
     EXPECT_TRUE(refused(space, {"--plugin", "not-a-library.so", "--demo", "out.xlsx"}).contains("not-a-library.so"));
-
     // A Qt plug-in of another kind is refused by its IID.
     const QString otherPlugin = QLibraryInfo::path(QLibraryInfo::PluginsPath) + QStringLiteral("/platforms/libqminimal.so");
     if (QFileInfo::exists(otherPlugin)) {
@@ -89,46 +67,47 @@ TEST(CliFailures, WrongCommandLinesPointToHelp)
 {
     CliWorkspace space;
     space.writeFile("rec.json", ValidRecording);
-    const QList<QStringList> wrong = {
-        QStringList(),
-        {"rec.json"},
-        {"rec.json", "out.xlsx", "extra"},
-        {"--demo"},
-        {"--demo", "out.xlsx", "extra"},
-        {"--synthetic", "0", "out.xlsx"},
-        {"--synthetic", "many", "out.xlsx"},
-        {"--demo", "--synthetic", "5", "out.xlsx"},
-        {"--options", "out.xlsx"},
-        {"--options", "--set", "frameSkip=1"},
-        {"--unknown", "--demo", "out.xlsx"},
-        {"--plugin", "a.so", "--plugin", "b.so", "--demo", "out.xlsx"},
+    // Each with the start of its message, where it matters here.
+    const QList<QPair<QStringList, QString>> wrong = {
+        {{"--set", "colour=true", "rec.json", "out.xlsx"}, R"(--set: unknown setting "colour")"},
+        {{"--set", "frameSkip=1.5", "--demo", "out.xlsx"}, R"(--set: setting frameSkip takes an integer, not "1.5")"},
+        {{"--set", "frameSkip=", "--demo", "out.xlsx"}, R"(--set: setting frameSkip takes an integer, not "")"},
+        {{"--set", "segmentPos=1", "--demo", "out.xlsx"}, R"(--set: setting segmentPos takes true or false, not "1")"},
+        {{"--set", "frameSkip", "--demo", "out.xlsx"}, R"(--set: "frameSkip" is not of the form KEY=VALUE)"},
+        // A valid override does not excuse a bad one after it.
+        {{"--set", "frameSkip=2", "--set", "markers=maybe", "rec.json", "out.xlsx"}, "--set: setting markers"},
+        {{}, ""}, {{"rec.json"}, ""}, {{"rec.json", "out.xlsx", "extra"}, ""}, {{"--demo"}, ""},
+        {{"--demo", "out.xlsx", "extra"}, ""}, {{"--synthetic", "0", "out.xlsx"}, ""}, {{"--synthetic", "many", "out.xlsx"}, ""},
+        {{"--demo", "--synthetic", "5", "out.xlsx"}, ""}, {{"--options", "out.xlsx"}, ""},
+        {{"--options", "--set", "frameSkip=1"}, ""}, {{"--unknown", "--demo", "out.xlsx"}, ""},
+        {{"--plugin", "a.so", "--plugin", "b.so", "--demo", "out.xlsx"}, ""},
     };
-    for (const QStringList& arguments : wrong)
-        EXPECT_TRUE(refused(space, arguments).contains("--help")) << arguments.join(u' ').toStdString();
+    for (const auto& [arguments, message] : wrong) {
+        const QString error = refused(space, arguments);
+        EXPECT_TRUE(error.contains("tavi-export: " + message)) << error.toStdString();
+        EXPECT_TRUE(error.endsWith("\nTry 'tavi-export --help' for more information.\n")) << error.toStdString();
+    }
 }
 
 TEST(CliFailures, FailedExportsReportThePluginsMessage)
 {
     CliWorkspace space;
     space.writeFile("rec.json", ValidRecording);
-
     // The temporary folder cannot be made under a file: initialize fails.
     space.writeFile("file", "");
     CliResult result = space.run({"rec.json", "file/out.xlsx"});
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_TRUE(result.err.contains("Could not create temporary file")) << result.err.toStdString();
 
-    // A folder in the place of the workbook: the frames are written, packing fails.
+    // A folder in the place of the workbook: the frames are written, packing fails. The
+    // plug-in's message comes translated for the user's language.
     ASSERT_TRUE(QDir(space.path(".")).mkdir("taken.xlsx"));
-    result = space.run({"rec.json", "taken.xlsx"});
-    EXPECT_EQ(result.exitCode, 1);
-    EXPECT_TRUE(result.err.contains("Exception encountered: Could not create final xlsx file")) << result.err.toStdString();
-
-    // The plug-in's message comes translated for the user's language.
-    result = space.run({"rec.json", "taken.xlsx"}, QStringLiteral("de_DE.UTF-8"));
-    EXPECT_EQ(result.exitCode, 1);
-    EXPECT_TRUE(result.err.contains("Ausnahme aufgetreten: Could not create final xlsx file")) << result.err.toStdString();
-
+    for (const auto& [locale, message] : {std::pair{"C.UTF-8", "Exception encountered: Could not create final xlsx file"},
+                                          std::pair{"de_DE.UTF-8", "Ausnahme aufgetreten: Could not create final xlsx file"}}) {
+        result = space.run({"rec.json", "taken.xlsx"}, locale);
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_TRUE(result.err.contains(message)) << result.err.toStdString();
+    }
     EXPECT_TRUE(space.temporaryFolders().isEmpty()) << space.temporaryFolders().join(u' ').toStdString();
     EXPECT_TRUE(QDir(space.path("taken.xlsx")).isEmpty());
 }
@@ -137,12 +116,9 @@ TEST(CliFailures, InterruptedExportRemovesItsTemporaryFolder)
 {
     CliWorkspace space;
     QProcess process;
-    process.setProcessEnvironment(space.environment(QStringLiteral("C.UTF-8")));
-    process.setWorkingDirectory(space.path("."));
     // Long enough to be caught in the middle; its External Data sheet would pass the row limit.
-    process.start(cliProgram(), {"--synthetic", "110000", "big.xlsx"});
+    space.start(process, {"--synthetic", "110000", "big.xlsx"});
     ASSERT_TRUE(process.waitForStarted());
-
     for (int wait = 0; wait < 400 && !space.exists("big.xlsx_fldr"); ++wait)
         QThread::msleep(25);
     ASSERT_TRUE(space.exists("big.xlsx_fldr"));
@@ -164,10 +140,8 @@ TEST(CliFailures, HelpAndVersionSucceed)
     const CliResult help = space.run({"--help"});
     EXPECT_EQ(help.exitCode, 0);
     for (const char* part : {"RECORDING OUTPUT.xlsx", "--demo OUTPUT.xlsx", "--synthetic N OUTPUT.xlsx", "--options",
-                             "--plugin PATH", "--settings FILE", "--set KEY=VALUE", "--quiet", "Exit status",
-                             "Example"}) {
+                             "--plugin PATH", "--settings FILE", "--set KEY=VALUE", "--quiet", "Exit status", "Example"})
         EXPECT_TRUE(help.out.contains(QLatin1String(part))) << part;
-    }
     EXPECT_TRUE(help.out.contains(space.defaultSettingsPath()));
     EXPECT_TRUE(help.err.isEmpty());
 

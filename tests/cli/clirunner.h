@@ -3,19 +3,19 @@
 // Runs the built tavi-export program in a scratch folder that also serves as its
 // configuration folder, so that no run touches the user's settings.
 
+#include "workbookreader.h"
+
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QProcess>
-#include <QProcessEnvironment>
-#include <QString>
-#include <QStringList>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
+
+#include <optional>
+#include <ostream>
 
 struct CliResult
 {
@@ -29,6 +29,28 @@ inline QString cliProgram()
     return QStringLiteral(TAVI_BINARY_DIR "/host/tavi-export");
 }
 
+// Rows in failure messages as JSON.
+inline void PrintTo(const QJsonArray& array, std::ostream* out)
+{
+    *out << QJsonDocument(array).toJson(QJsonDocument::Compact).toStdString();
+}
+
+// Rows of a sheet, header included; -1 for a sheet the workbook lacks.
+inline int rowsOf(const DumpedWorkbook& book, const QString& title)
+{
+    const DumpedSheet* sheet = book.sheet(title);
+    return sheet ? sheet->rowCount() : -1;
+}
+
+// A row's cells (1-based, as in the sheet) up to its last non-empty one.
+inline QJsonArray cellsOf(const DumpedSheet& sheet, int row)
+{
+    QJsonArray cells = sheet.rows.at(row - 1).toArray();
+    while (!cells.isEmpty() && cells.last().isNull())
+        cells.removeLast();
+    return cells;
+}
+
 class CliWorkspace
 {
 public:
@@ -37,37 +59,41 @@ public:
     // Where the program keeps its settings when no --settings is given.
     QString defaultSettingsPath() const { return path(QStringLiteral("config/tavi-export/excelexporter.ini")); }
 
-    // Runs the program in the scratch folder under the C locale; `locale` picks another one.
-    CliResult run(const QStringList& arguments, const QString& locale = QStringLiteral("C.UTF-8")) const
-    {
-        QProcess process;
-        process.setProcessEnvironment(environment(locale));
-        process.setWorkingDirectory(m_dir.path());
-        process.start(cliProgram(), arguments);
-        CliResult result;
-        if (!process.waitForFinished(120000)) {
-            ADD_FAILURE() << "tavi-export did not finish: " << arguments.join(u' ').toStdString();
-            process.kill();
-            process.waitForFinished();
-            return result;
-        }
-        result.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-        result.out = QString::fromLocal8Bit(process.readAllStandardOutput());
-        result.err = QString::fromLocal8Bit(process.readAllStandardError());
-        return result;
-    }
-
-    QProcessEnvironment environment(const QString& locale) const
+    // Starts `program` (tavi-export unless given) in the scratch folder under `locale`.
+    void start(QProcess& process, const QStringList& arguments, const QString& locale = QStringLiteral("C.UTF-8"),
+               const QString& program = cliProgram()) const
     {
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
         env.insert(QStringLiteral("XDG_CONFIG_HOME"), path(QStringLiteral("config")));
         env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
         env.insert(QStringLiteral("LC_ALL"), locale);
         env.remove(QStringLiteral("LANGUAGE"));
-        return env;
+        process.setProcessEnvironment(env);
+        process.setWorkingDirectory(m_dir.path());
+        process.start(program, arguments);
     }
 
-    void writeJson(const QString& name, const QJsonObject& json) const { writeFile(name, QJsonDocument(json).toJson()); }
+    CliResult run(const QStringList& arguments, const QString& locale = QStringLiteral("C.UTF-8")) const
+    {
+        QProcess process;
+        start(process, arguments, locale);
+        const bool finished = process.waitForFinished(120000);
+        EXPECT_TRUE(finished) << "tavi-export did not finish: " << arguments.join(u' ').toStdString();
+        return {finished && process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+                QString::fromLocal8Bit(process.readAllStandardOutput()),
+                QString::fromLocal8Bit(process.readAllStandardError())};
+    }
+
+    // Runs an export that must succeed quietly (standard error is no terminal here) and
+    // reads back the workbook named last on the command line.
+    std::optional<DumpedWorkbook> exportAndRead(const QStringList& arguments) const
+    {
+        const CliResult result = run(arguments);
+        EXPECT_EQ(result.exitCode, 0) << result.err.toStdString();
+        EXPECT_TRUE(result.err.isEmpty()) << result.err.toStdString();
+        EXPECT_TRUE(temporaryFolders().isEmpty());
+        return result.exitCode == 0 ? readWorkbook(path(arguments.last())) : std::nullopt;
+    }
 
     void writeFile(const QString& name, const QByteArray& bytes) const
     {
@@ -88,12 +114,8 @@ public:
     QStringList temporaryFolders() const
     {
         QStringList found;
-        QDirIterator it(m_dir.path(), QDir::Dirs | QDir::NoDotAndDotDot | QDir::Hidden, QDirIterator::Subdirectories);
-        while (it.hasNext()) {
-            const QString folder = it.next();
-            if (folder.endsWith(QStringLiteral("_fldr")))
-                found << folder;
-        }
+        for (QDirIterator it(m_dir.path(), {"*_fldr"}, QDir::Dirs | QDir::Hidden, QDirIterator::Subdirectories); it.hasNext();)
+            found << it.next();
         return found;
     }
 
