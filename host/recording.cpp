@@ -20,11 +20,6 @@ void Recording::appendFrame(int number, RecordingFrame frame)
         m_frames.push_back(std::move(frame));
 }
 
-void Recording::appendFrameNumber(int number)
-{
-    noteFrameNumber(number);
-}
-
 const RecordingFrame* Recording::frame(int number) const
 {
     const auto found = m_frameIndex.find(number);

@@ -72,13 +72,10 @@ public:
     // Appends a frame in export order together with what the file holds for it. When a number
     // occurs more than once, lookups find the first frame that carries it.
     void appendFrame(int number, RecordingFrame frame);
-    // Appends a frame number alone, for recordings whose frame data is produced on demand
-    // (a RecordingHost subclass answers pose() and externalData() for it). Costs the number only.
-    void appendFrameNumber(int number);
 
     // The frame numbers in the order the host exports them.
     const std::vector<int>& frameNumbers() const { return m_frameNumbers; }
-    // The data stored for a frame number; null for an unknown number or a number-only frame.
+    // The data stored for a frame number; null for an unknown number.
     const RecordingFrame* frame(int number) const;
 
     // The smallest and largest frame number and the number of frames; unset without frames.

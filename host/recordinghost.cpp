@@ -25,11 +25,6 @@ RecordingHost::RecordingHost(Recording recording, SettingsFactory settingsFactor
         m_channelNames.append(channel.name);
 }
 
-void RecordingHost::setSettingsFactory(SettingsFactory settingsFactory)
-{
-    m_settingsFactory = std::move(settingsFactory);
-}
-
 int RecordingHost::frameCount() const
 {
     const std::optional<int> count = m_rec.effectiveFrameCount();

@@ -4,8 +4,8 @@
 // Every operation answers from the recording; an operation whose field the recording leaves
 // unset answers with the SDK's default (the base-class implementation).
 //
-// Generated recordings. The recording model may carry only the scalar fields and the frame
-// numbers (Recording::appendFrameNumber) while a subclass produces each frame on demand:
+// Generated recordings. The recording model may carry only the scalar fields while a subclass
+// produces each frame on demand:
 //
 //     class GeneratedHost : public RecordingHost {
 //     public:
@@ -15,8 +15,8 @@
 //         QString markerText(int frame) const override;                     // optional
 //     };
 //
-// The frame list (frameNumbers()) stays the export order, and the frame range and count are
-// derived from it unless the recording sets them, so memory does not grow with the frame data.
+// The subclass (or the recording's explicit fields) gives the frame range and count, so memory
+// does not grow with the number of frames.
 
 #include "recording.h"
 
@@ -43,7 +43,6 @@ public:
     // The frame numbers in export order: the host calls exportFrame with each of them.
     const std::vector<int>& frameNumbers() const { return m_rec.frameNumbers(); }
 
-    void setSettingsFactory(SettingsFactory settingsFactory);
     // The events passed to logUsageEvent, in order.
     const QStringList& usageEvents() const { return m_usageEvents; }
 

@@ -47,15 +47,6 @@ std::variant<SettingOverride, QString> parseSettingOverride(const QString& text,
         if (value == u"true" || value == u"false")
             return SettingOverride{key, QVariant(value == u"true")};
         return QStringLiteral("setting %1 takes true or false, not \"%2\"").arg(key, value);
-    case QMetaType::Double: {
-        bool ok = false;
-        const double number = value.toDouble(&ok);
-        if (!ok)
-            return QStringLiteral("setting %1 takes a number, not \"%2\"").arg(key, value);
-        return SettingOverride{key, QVariant(number)};
-    }
-    case QMetaType::QString:
-        return SettingOverride{key, QVariant(value)};
     default:
         return QStringLiteral("setting %1 cannot be given on the command line").arg(key);
     }

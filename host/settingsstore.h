@@ -46,7 +46,7 @@ struct SettingOverride
 
 // Parses "KEY=VALUE" against the registered defaults. The key must be registered; the value
 // must suit the default's type: an integer for an int default, "true" or "false" for a bool
-// default, any text for a string default. Answers the override or an error message.
+// default; settings of other types cannot be given. Answers the override or an error message.
 std::variant<SettingOverride, QString> parseSettingOverride(const QString& text,
                                                             const QMap<QString, QVariant>& defaults);
 

@@ -206,21 +206,6 @@ TEST(HostInterface, NumbersMayBeNonFiniteStrings)
     EXPECT_EQ(q.q2, Infinity);
 }
 
-TEST(HostInterface, NumberOnlyFramesGiveTheRangeButNoPose)
-{
-    Recording recording;
-    for (int frame : {4, 2, 9})
-        recording.appendFrameNumber(frame);
-    EXPECT_EQ(recording.frame(4), nullptr);
-    const RecordingHost host{std::move(recording)};
-    EXPECT_EQ(host.frameNumbers(), (std::vector<int>{4, 2, 9}));
-    EXPECT_EQ(host.frameCount(), 3);
-    EXPECT_EQ(host.firstFrame(), 2);
-    EXPECT_EQ(host.lastFrame(), 9);
-    EXPECT_EQ(host.pose(4), nullptr);
-    EXPECT_TRUE(host.externalData(4).isEmpty());
-}
-
 TEST(HostInterface, WithoutAFactoryHandsOutStoresInMemory)
 {
     RecordingHost host{Recording()};
