@@ -35,8 +35,7 @@ int wholeFrameRate(double frameRate)
 bool EmgCollector::initialize(const AbstractTaviStudioPluginInterface* host)
 {
     m_host = host;
-    m_channelNames = host->externalChannelNames();
-    m_channelCount = static_cast<int>(m_channelNames.size());
+    m_channelCount = static_cast<int>(host->externalChannelNames().size());
     if (m_channelCount == 0)
         return false;
 

@@ -28,7 +28,6 @@ public:
     int samplesPerFrame() const { return m_samplesPerFrame; }
     int outputRate() const { return m_outputRate; }
     int exportedFrameCount() const { return m_exportedFrameCount; }
-    const QStringList& channelNames() const { return m_channelNames; }
     // One vector per channel of exportedFrameCount() * samplesPerFrame() samples, or empty.
     const QList<ZtVector>& resampled() const { return m_resampled; }
     bool hasResampledData() const;
@@ -41,7 +40,6 @@ private:
     int m_samplesPerFrame = 0;
     int m_outputRate = 0;
     int m_exportedFrameCount = 0;
-    QStringList m_channelNames;
     QList<ZtVector> m_raw;
     QList<ZtVector> m_resampled;
     ProgressObserver m_progress;
