@@ -6,7 +6,6 @@
 #include "zttypes.h"
 
 #include <QList>
-#include <QStringList>
 
 #include <functional>
 
