@@ -62,7 +62,6 @@ void ExcelExporter::assemblePackage()
         xlsx::PartFile sharedStrings;
         xlsx::createBasic(sharedStrings, m_tempFolder + QStringLiteral("sharedStrings.xml"));
         m_cells.writeSharedStringTable(sharedStrings);
-        sharedStrings.close();
     }
 
     {

@@ -111,14 +111,19 @@ void CellWriter::writeNumber(PartFile& file, int row, int column, double value)
     file.commit(copyText(out, "</v></c>"));
 }
 
-void CellWriter::writeInt(PartFile& file, int row, int column, int value)
+void CellWriter::writeIntegerCell(PartFile& file, int row, int column, std::string_view middle, int value)
 {
     char* out = file.reserve(MaxCellSize);
     out = copyText(out, "<c r=\"");
     out = writeCellReference(out, row, column);
-    out = copyText(out, "\"><v>");
+    out = copyText(out, middle);
     out = std::to_chars(out, out + 11, value).ptr;
     file.commit(copyText(out, "</v></c>"));
+}
+
+void CellWriter::writeInt(PartFile& file, int row, int column, int value)
+{
+    writeIntegerCell(file, row, column, "\"><v>", value);
 }
 
 void CellWriter::writeVec(PartFile& file, int row, int index, const ZtVector& v)
@@ -151,12 +156,7 @@ void CellWriter::writeString(PartFile& file, int row, int column, const QString&
         m_stringIndex.insert(text, index);
     }
 
-    char* out = file.reserve(MaxCellSize);
-    out = copyText(out, "<c r=\"");
-    out = writeCellReference(out, row, column);
-    out = copyText(out, "\" t=\"s\"><v>");
-    out = std::to_chars(out, out + 11, index).ptr;
-    file.commit(copyText(out, "</v></c>"));
+    writeIntegerCell(file, row, column, "\" t=\"s\"><v>", index);
     ++m_stringCellCount;
 }
 

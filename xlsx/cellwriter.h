@@ -9,6 +9,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <string_view>
+
 class ZtVector;
 struct ZtQuaternion;
 
@@ -46,6 +48,8 @@ private:
     void cacheRow(int row);
     // Column letters and row digits of a cell reference at out; returns the end.
     char* writeCellReference(char* out, int row, int column);
+    // An integer cell: reference, the form's middle ("\"><v>" or the shared-string one), value.
+    void writeIntegerCell(PartFile& file, int row, int column, std::string_view middle, int value);
 
     QStringList m_sharedStrings;
     QHash<QString, int> m_stringIndex;
