@@ -1,3 +1,6 @@
 # Worksheet writing: one sheet of 100,000 rows x 200 numbers through PartFile and CellWriter.
 add_executable(bench_worksheet ${CMAKE_CURRENT_LIST_DIR}/worksheet_bench.cpp)
 target_link_libraries(bench_worksheet PRIVATE tavi_xlsx)
+# Number text: the "%.15g" formatter against std::to_chars, timed and compared value by value.
+add_executable(bench_numberformat ${CMAKE_CURRENT_LIST_DIR}/numberformat_bench.cpp)
+target_link_libraries(bench_numberformat PRIVATE tavi_xlsx)

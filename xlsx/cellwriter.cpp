@@ -1,5 +1,6 @@
 #include "cellwriter.h"
 
+#include "numberformat.h"
 #include "worksheet.h"
 
 #include <zttypes.h>
@@ -12,7 +13,7 @@ namespace xlsx {
 namespace {
 
 // Longest cell text: "<c r=\"", two letters, eleven row digits, the string form's middle,
-// 24 characters of "%.15g" and "</v></c>" come to 62 bytes.
+// the number's room (G15Room, more than its 24 characters) and "</v></c>" come to 78 bytes.
 constexpr std::size_t MaxCellSize = 96;
 constexpr std::size_t MaxRowStartSize = 64;
 constexpr double SmallestNonZeroComponent = 1e-12;
@@ -107,7 +108,7 @@ void CellWriter::writeNumber(PartFile& file, int row, int column, double value)
     out = copyText(out, "<c r=\"");
     out = writeCellReference(out, row, column);
     out = copyText(out, "\"><v>");
-    out = std::to_chars(out, out + 32, value, std::chars_format::general, 15).ptr;
+    out = formatG15(out, value);
     file.commit(copyText(out, "</v></c>"));
 }
 
