@@ -5,6 +5,7 @@
 #include "abstractplugin.h"
 #include "commandline.h"
 #include "demorecording.h"
+#include "dialogapplication.h"
 #include "exportrun.h"
 #include "optionsdialog.h"
 #include "pluginlocator.h"
@@ -13,7 +14,6 @@
 #include "settingsstore.h"
 #include "syntheticrecording.h"
 
-#include <QApplication>
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QFileInfo>
@@ -162,8 +162,10 @@ int run(const CommandLine& line)
     for (const SettingOverride& setting : overrides)
         settings->setOverride(setting);
 
-    if (line.action == CommandLine::Action::ShowOptions)
+    if (line.action == CommandLine::Action::ShowOptions) {
+        const auto qtTranslations = installQtTranslations(QLocale::system());
         return runOptionsDialog(factory, *settings);
+    }
 
     for (const QString& warning : rowLimitWarnings(*prepared.host, settings->defaults(), *settings, prepared.frameCalls))
         std::fprintf(stderr, "tavi-export: %s\n", qPrintable(warning));
@@ -194,7 +196,7 @@ int run(const CommandLine& line)
 int main(int argc, char** argv)
 {
     const std::unique_ptr<QCoreApplication> application = wantsOptionsDialog(argc, argv)
-        ? std::make_unique<QApplication>(argc, argv)
+        ? createDialogApplication(argc, argv)
         : std::make_unique<QCoreApplication>(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("tavi-export"));
     QCoreApplication::setApplicationVersion(QStringLiteral(TAVI_EXPORT_VERSION));

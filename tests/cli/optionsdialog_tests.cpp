@@ -1,6 +1,8 @@
 // The --options dialog around the plug-in's options page, driven through its buttons: Apply
-// and OK store the page's choices in the settings file, Cancel drops what was not applied.
+// and OK store the page's choices in the settings file, Cancel drops what was not applied;
+// the buttons follow the language. Without a display the program says so and exits.
 
+#include "dialogapplication.h"
 #include "optionsdialog.h"
 #include "pluginlocator.h"
 #include "recordinghost.h"
@@ -13,6 +15,8 @@
 #include <QComboBox>
 #include <QDialog>
 #include <QDialogButtonBox>
+#include <QDir>
+#include <QProcess>
 #include <QPushButton>
 #include <QSettings>
 #include <QTemporaryDir>
@@ -42,29 +46,39 @@ void press(QDialog& dialog, QDialogButtonBox::StandardButton which)
     dialog.findChild<QDialogButtonBox*>()->button(which)->click();
 }
 
-} // namespace
-
-TEST(OptionsDialog, ApplyAndOkStoreCancelDiscards)
+// The plug-in as the program finds it in the build tree, initialized with a settings file
+// of its own.
+class OptionsDialogTest : public ::testing::Test
 {
-    // The plug-in as the program finds it in the build tree.
-    const QString pluginPath = locateDefaultPlugin(QStringLiteral(TAVI_BINARY_DIR "/host"));
-    ASSERT_FALSE(pluginPath.isEmpty());
-    auto loaded = ExporterPlugin::load(pluginPath);
-    ASSERT_TRUE(std::holds_alternative<std::unique_ptr<ExporterPlugin>>(loaded)) << std::get<QString>(loaded).toStdString();
-    const std::unique_ptr<ExporterPlugin> plugin = std::move(std::get<std::unique_ptr<ExporterPlugin>>(loaded));
+protected:
+    void SetUp() override
+    {
+        const QString pluginPath = locateDefaultPlugin(QStringLiteral(TAVI_BINARY_DIR "/host"));
+        ASSERT_FALSE(pluginPath.isEmpty());
+        auto loaded = ExporterPlugin::load(pluginPath);
+        ASSERT_TRUE(std::holds_alternative<std::unique_ptr<ExporterPlugin>>(loaded)) << std::get<QString>(loaded).toStdString();
+        plugin = std::move(std::get<std::unique_ptr<ExporterPlugin>>(loaded));
+        plugin->factory().initializePlugin(host);
+        ASSERT_NE(settings, nullptr);
+    }
+
+    QString stored(const char* key) const { return QSettings(file, QSettings::IniFormat).value(key).toString(); }
 
     QTemporaryDir dir;
     const QString file = dir.filePath("options.ini");
     IniSettingsSynchronizer* settings = nullptr;
-    RecordingHost host(Recording(), [&](const QMap<QString, QVariant>& defaults, const QMap<QString, QString>& descriptions) {
+    RecordingHost host{Recording(), [this](const QMap<QString, QVariant>& defaults, const QMap<QString, QString>& descriptions) {
         auto store = std::make_unique<IniSettingsSynchronizer>(file, defaults, descriptions);
         settings = store.get();
         return std::unique_ptr<AbstractSettingsSynchronizer>(std::move(store));
-    });
-    plugin->factory().initializePlugin(host);
-    ASSERT_NE(settings, nullptr);
-    const auto stored = [&](const char* key) { return QSettings(file, QSettings::IniFormat).value(key).toString(); };
+    }};
+    std::unique_ptr<ExporterPlugin> plugin;
+};
 
+} // namespace
+
+TEST_F(OptionsDialogTest, ApplyAndOkStoreCancelDiscards)
+{
     int status = withDialog(plugin->factory(), *settings, [](QDialog& dialog) {
         dialog.findChild<QComboBox*>("frameSkipComboBox")->setCurrentIndex(2);
         dialog.findChild<QCheckBox*>("segmentVelCheckBox")->setChecked(false);
@@ -90,4 +104,54 @@ TEST(OptionsDialog, ApplyAndOkStoreCancelDiscards)
     EXPECT_EQ(status, 0);
     EXPECT_EQ(stored("frameSkip"), "2");
     EXPECT_EQ(stored("markers"), "false");
+}
+
+TEST_F(OptionsDialogTest, ButtonsFollowTheLanguage)
+{
+    const QLocale german(QLocale::German, QLocale::Germany);
+    const auto qtTranslations = installQtTranslations(german);
+    ASSERT_NE(qtTranslations, nullptr) << "Qt's own translations are not installed";
+    ASSERT_TRUE(plugin->installTranslator(german));
+
+    QStringList texts;
+    withDialog(plugin->factory(), *settings, [&](QDialog& dialog) {
+        const auto* buttons = dialog.findChild<QDialogButtonBox*>();
+        for (const auto which : {QDialogButtonBox::Ok, QDialogButtonBox::Apply, QDialogButtonBox::Cancel})
+            texts << buttons->button(which)->text().remove(u'&');
+        press(dialog, QDialogButtonBox::Cancel);
+    });
+    EXPECT_EQ(texts, (QStringList{"OK", "Anwenden", "Abbrechen"}));
+}
+
+TEST(OptionsDialogProgram, WithoutADisplayExplainsAndExits)
+{
+    struct Case
+    {
+        const char* display;  // null: unset
+        const char* reason;
+    };
+    const Case cases[] = {
+        {nullptr, "neither DISPLAY nor WAYLAND_DISPLAY is set"},
+        {":987", ":987"},  // no X server answers there
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.display ? c.display : "no DISPLAY");
+        QTemporaryDir config;
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
+            env.remove(QString::fromLatin1(name));
+        if (c.display)
+            env.insert(QStringLiteral("DISPLAY"), QString::fromLatin1(c.display));
+        env.insert(QStringLiteral("XDG_CONFIG_HOME"), config.path());
+        QProcess process;
+        process.setProcessEnvironment(env);
+        process.start(QStringLiteral(TAVI_BINARY_DIR "/host/tavi-export"), {QStringLiteral("--options")});
+        ASSERT_TRUE(process.waitForFinished(30000));
+        const QString err = QString::fromLocal8Bit(process.readAllStandardError());
+        EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
+        EXPECT_EQ(process.exitCode(), 2) << err.toStdString();
+        EXPECT_TRUE(err.startsWith("tavi-export: --options shows a dialog and needs a display")) << err.toStdString();
+        EXPECT_TRUE(err.contains(QString::fromLatin1(c.reason))) << err.toStdString();
+        EXPECT_TRUE(QDir(config.path()).isEmpty()) << "no settings file is made";
+    }
 }
