@@ -4,3 +4,6 @@ target_link_libraries(bench_worksheet PRIVATE tavi_xlsx)
 # Number text: the "%.15g" formatter against std::to_chars, timed and compared value by value.
 add_executable(bench_numberformat ${CMAKE_CURRENT_LIST_DIR}/numberformat_bench.cpp)
 target_link_libraries(bench_numberformat PRIVATE tavi_xlsx)
+# Deflate levels: zlib level 6 against each igzip level on given files (unpacked workbook parts).
+add_executable(bench_deflate_levels ${CMAKE_CURRENT_LIST_DIR}/deflate_levels_bench.cpp)
+target_link_libraries(bench_deflate_levels PRIVATE PkgConfig::ISAL ZLIB::ZLIB)
