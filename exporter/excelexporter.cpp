@@ -6,7 +6,6 @@
 #include "vantor_quaternion.h"
 #include "worksheet.h"
 
-#include <QDir>
 
 #include <exception>
 #include <new>
@@ -75,8 +74,7 @@ void ExcelExporter::initializeSession(const QString& fileName)
     m_nextSheetNumber = 1;
     m_markerList.clear();
     m_tempFolder = fileName + QStringLiteral("_fldr/");
-    // A folder that cannot be made shows up as a part file that cannot be created.
-    QDir().mkpath(m_tempFolder);
+    acquireTempFolder();
     m_rowCount = m_host.frameCount() / (m_frameSkip + 1);
 
     xlsx::PartFile generalInformation;
@@ -135,6 +133,21 @@ void ExcelExporter::initializeSession(const QString& fileName)
     m_nextExternalRow = 2;
 }
 
+void ExcelExporter::acquireTempFolder()
+{
+    switch (m_folder.acquire(m_tempFolder)) {
+    case TempFolder::Result::Ready:
+        return;
+    case TempFolder::Result::Busy:
+        throw std::runtime_error(QStringLiteral("Another export is writing %1").arg(m_targetPath).toUtf8().toStdString());
+    case TempFolder::Result::Unusable:
+        break;
+    }
+    // Named as the first part file, which cannot be made there.
+    throw std::runtime_error(
+        QStringLiteral("Could not create temporary file %1/sheet1.xml").arg(m_tempFolder).toUtf8().toStdString());
+}
+
 std::vector<std::pair<int, int>> ExcelExporter::hiddenSensorColumns(int columnsPerSegment, const ConcreteTaviPose* pose,
                                                                    int segmentCount)
 {
@@ -173,9 +186,7 @@ void ExcelExporter::cleanup()
             file.abandon();
         }
     }
-    // Never before initialize: an empty folder name would mean the working directory.
-    if (!m_tempFolder.isEmpty())
-        QDir(m_tempFolder).removeRecursively();
+    m_folder.remove();
 }
 
 int ExcelExporter::rowSpan(RowSpan span) const

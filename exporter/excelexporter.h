@@ -6,6 +6,7 @@
 #include "headerlists.h"
 #include "partfile.h"
 #include "sheetcatalogue.h"
+#include "tempfolder.h"
 
 #include <QList>
 #include <QObject>
@@ -55,6 +56,7 @@ private:
     QString describeFailure(const std::exception_ptr& failure) const;
 
     void initializeSession(const QString& fileName);
+    void acquireTempFolder();
     static std::vector<std::pair<int, int>> hiddenSensorColumns(int columnsPerSegment, const ConcreteTaviPose* pose,
                                                                 int segmentCount);
     void writeGeneralInformation(xlsx::PartFile& file);
@@ -78,6 +80,7 @@ private:
     std::array<int, 4> m_columnCounts{};
     QString m_targetPath;
     QString m_tempFolder;
+    TempFolder m_folder;
     QString m_lastErrorText;
     std::array<xlsx::PartFile, DataSheetCount> m_sheetFiles;
     std::array<bool, SheetSwitchCount> m_sheetEnabled{};

@@ -4,6 +4,7 @@
 #include "excelexporter.h"
 
 #include "packageparts.h"
+#include "targetfile.h"
 #include "worksheet.h"
 #include "zip.h"
 
@@ -55,6 +56,11 @@ bool ExcelExporter::finalize(bool abort)
 
 void ExcelExporter::assemblePackage()
 {
+    // Without a folder of its own (initialize failed) nothing may be written, least of all
+    // into a folder that another export holds.
+    if (!m_folder.isHeld())
+        throw std::runtime_error(
+            QStringLiteral("Could not create temporary file %1").arg(m_tempFolder).toUtf8().toStdString());
     if (enabled(SheetId::Markers))
         writeMarkersSheet();
 
@@ -91,7 +97,9 @@ void ExcelExporter::assemblePackage()
         xlsx::finishSheet(file);
 
     m_targetPath = QFileInfo(m_targetPath).absoluteFilePath();
-    const Archive archive(zip_open(QDir::toNativeSeparators(m_targetPath).toUtf8().constData(), 6, 'w'));
+    // The archive is written inside the temporary folder and replaces the target only when whole.
+    const QString archivePath = m_tempFolder + QLatin1String(TempFolder::ArchiveName);
+    Archive archive(zip_open(QDir::toNativeSeparators(archivePath).toUtf8().constData(), 6, 'w'));
     if (!archive)
         throw std::runtime_error("Could not create final xlsx file");
 
@@ -110,4 +118,6 @@ void ExcelExporter::assemblePackage()
         const QByteArray entryName = QStringLiteral("xl/worksheets/sheet%1.xml").arg(sheet).toUtf8();
         addFile(archive.get(), entryName.constData(), QStringLiteral("%1sheet%2.xml").arg(m_tempFolder, QString::number(sheet)));
     }
+    if (zip_close(archive.release()) != 0 || !replaceTarget(archivePath, m_targetPath))
+        throw std::runtime_error("Could not create final xlsx file");
 }

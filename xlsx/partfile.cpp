@@ -1,5 +1,8 @@
 #include "partfile.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <stdexcept>
 
 namespace xlsx {
@@ -19,9 +22,14 @@ void PartFile::open(const QString& path)
 {
     abandon();
     m_file.setFileName(path);
+    // Never through a link: one planted where a part file goes is refused, not followed.
+    const int fd = ::open(QFile::encodeName(path).constData(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0666);
     // The buffer here already batches the writes; QFile's own buffer would only copy twice.
-    if (!m_file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text | QIODevice::Unbuffered))
+    if (fd < 0 || !m_file.open(fd, QIODevice::WriteOnly | QIODevice::Unbuffered, QFileDevice::AutoCloseHandle)) {
+        if (fd >= 0)
+            ::close(fd);
         throw std::runtime_error(QStringLiteral("Could not create temporary file %1").arg(path).toUtf8().toStdString());
+    }
 }
 
 void PartFile::flush()

@@ -23,8 +23,8 @@ public:
     PartFile(const PartFile&) = delete;
     PartFile& operator=(const PartFile&) = delete;
 
-    // Creates (truncates) the file; throws "Could not create temporary file <path>". A file
-    // still open is abandoned first.
+    // Creates (truncates) the file, never through a link; throws "Could not create temporary
+    // file <path>". A file still open is abandoned first.
     void open(const QString& path);
     bool isOpen() const { return m_file.isOpen(); }
     QString fileName() const { return m_file.fileName(); }

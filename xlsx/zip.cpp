@@ -13,6 +13,7 @@
 #include <memory>
 #include <new>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -294,8 +295,9 @@ bool writeCentralDirectory(zip_t& zip)
     end.u32(directorySize);
     end.u32(directoryOffset);
     end.u16(0); // comment length
+    // An archive without entries has an empty directory, whose data() may be null.
     return fseeko(zip.file, static_cast<off_t>(directoryOffset), SEEK_SET) == 0
-        && std::fwrite(zip.centralDirectory.data(), 1, directorySize, zip.file) == directorySize
+        && (directorySize == 0 || std::fwrite(zip.centralDirectory.data(), 1, directorySize, zip.file) == directorySize)
         && std::fwrite(endRecord, 1, sizeof endRecord, zip.file) == sizeof endRecord
         && std::fflush(zip.file) == 0
         && ftruncate(fileno(zip.file), static_cast<off_t>(directoryOffset + directorySize + sizeof endRecord)) == 0;
@@ -445,14 +447,18 @@ int zip_entry_close(zip_t* zip)
     return result;
 }
 
-void zip_close(zip_t* zip)
+int zip_close(zip_t* zip)
 {
     if (!zip) {
-        return;
+        return ZIP_ENOINIT;
     }
-    // zip_close reports nothing; an archive whose directory could not be written stays broken.
-    writeCentralDirectory(*zip);
+    int result = writeCentralDirectory(*zip) ? 0 : ZIP_EWRTDIR;
+    // fclose writes what is still buffered; its failure means the archive is incomplete.
+    if (std::fclose(std::exchange(zip->file, nullptr)) != 0 && result == 0) {
+        result = ZIP_ECLSZIP;
+    }
     delete zip;
+    return result;
 }
 
 const char* zip_strerror(int code)

@@ -70,8 +70,10 @@ int zip_entry_fwrite(zip_t* zip, const char* path);
 // Completes the open entry's header and directory record. Without an open entry, -1.
 int zip_entry_close(zip_t* zip);
 
-// Writes the central directory and frees the handle; null is ignored. Reports nothing.
-void zip_close(zip_t* zip);
+// Writes the central directory and its end record, flushes and closes the file, and frees the
+// handle. 0 when all of it reached the file; -15 when the directory or end record could not be
+// written, -25 when closing the file failed (the handle is freed all the same); -1 for null.
+int zip_close(zip_t* zip);
 
 // The message of codes -1 to -29; null for any other value.
 const char* zip_strerror(int code);
