@@ -13,6 +13,8 @@ namespace {
 
 constexpr std::size_t BufferSize = std::size_t(1) << 20;
 constexpr int MaxSkipDepth = 512;
+constexpr const char* NonFiniteHint =
+    "numbers that are not finite are written as the strings \"NaN\", \"Infinity\" and \"-Infinity\"";
 
 bool isDigit(int c)
 {
@@ -52,14 +54,73 @@ bool isPlainKey(const std::string& key)
 } // namespace
 
 JsonSyntaxError::JsonSyntaxError(const std::string& reason, std::int64_t line, std::int64_t column,
-                                 std::int64_t offset)
-    : std::runtime_error(reason), m_reason(reason), m_line(line), m_column(column), m_offset(offset)
+                                 std::int64_t offset, const std::string& hint)
+    : std::runtime_error(reason), m_reason(reason), m_hint(hint), m_line(line), m_column(column), m_offset(offset)
 {
 }
 
 JsonStream::JsonStream(Source source) : m_source(std::move(source)), m_buffer(BufferSize)
 {
     m_pos = m_end = m_buffer.data();
+}
+
+void JsonStream::setLimits(std::int64_t maxTextBytes, std::int64_t maxNumberCharacters)
+{
+    m_maxTextBytes = maxTextBytes;
+    m_maxNumberCharacters = maxNumberCharacters;
+}
+
+void JsonStream::limitExceeded(std::string_view what) const
+{
+    throw JsonLimitError(path() + ": " + std::string(what));
+}
+
+std::string JsonStream::quote(std::string_view text)
+{
+    constexpr std::size_t Shown = 100;
+    std::string out = "\"";
+    std::size_t i = 0;
+    for (; i < text.size() && i < Shown; ++i) {
+        const auto c = static_cast<unsigned char>(text[i]);
+        if (c == '"' || c == '\\') {
+            out += '\\';
+            out += static_cast<char>(c);
+        } else if (c == '\n') {
+            out += "\\n";
+        } else if (c == '\t') {
+            out += "\\t";
+        } else if (c == '\r') {
+            out += "\\r";
+        } else if (c < 0x20 || c == 0x7f) {
+            char escaped[8];
+            std::snprintf(escaped, sizeof escaped, "\\u%04X", c);
+            out += escaped;
+        } else {
+            out += static_cast<char>(c);
+        }
+    }
+    if (i < text.size()) {
+        // Cut at a character boundary: drop the lead and continuation bytes of a split one.
+        while (!out.empty() && (static_cast<unsigned char>(out.back()) & 0xC0) == 0x80)
+            out.pop_back();
+        if (!out.empty() && static_cast<unsigned char>(out.back()) >= 0xC0)
+            out.pop_back();
+        out += "\"... (" + std::to_string(text.size()) + " bytes)";
+        return out;
+    }
+    return out + '"';
+}
+
+void JsonStream::skipByteOrderMark()
+{
+    m_started = true;
+    if (peekByte() != 0xEF)
+        return;
+    // The mark is three bytes; the buffer holds at least those of a file that starts with it.
+    if (m_end - m_pos >= 3 && static_cast<unsigned char>(m_pos[1]) == 0xBB && static_cast<unsigned char>(m_pos[2]) == 0xBF) {
+        m_pos += 3;
+        m_lineStart = 3;
+    }
 }
 
 bool JsonStream::refill()
@@ -83,6 +144,8 @@ int JsonStream::peekByte()
 
 int JsonStream::skipWhitespace()
 {
+    if (!m_started)
+        skipByteOrderMark();
     for (;;) {
         const int c = peekByte();
         if (c == ' ' || c == '\t' || c == '\r') {
@@ -97,10 +160,10 @@ int JsonStream::skipWhitespace()
     }
 }
 
-void JsonStream::syntaxError(const std::string& reason) const
+void JsonStream::syntaxError(const std::string& reason, const std::string& hint) const
 {
     const std::int64_t offset = m_bufferOffset + (m_pos - m_buffer.data());
-    throw JsonSyntaxError(reason, m_line, offset - m_lineStart + 1, offset);
+    throw JsonSyntaxError(reason, m_line, offset - m_lineStart + 1, offset, hint);
 }
 
 void JsonStream::expectByte(char byte, const char* what)
@@ -138,6 +201,8 @@ JsonStream::Kind JsonStream::peek()
     default:
         if (c == '-' || isDigit(c))
             return Kind::Number;
+        if (c == 'N' || c == 'I')
+            syntaxError("expected a value, found " + describeByte(c), NonFiniteHint);
         syntaxError("expected a value, found " + describeByte(c));
     }
 }
@@ -198,6 +263,8 @@ void JsonStream::readStringBody(std::string& out)
 {
     out.clear();
     for (;;) {
+        if (std::int64_t(out.size()) > m_maxTextBytes)
+            limitExceeded("a string longer than " + std::to_string(m_maxTextBytes) + " bytes");
         const int c = peekByte();
         if (c == '"') {
             advance();
@@ -292,6 +359,8 @@ double JsonStream::readNumberBody()
     std::string& text = m_scratch;
     text.clear();
     auto take = [&] {
+        if (std::int64_t(text.size()) >= m_maxNumberCharacters)
+            limitExceeded("a number longer than " + std::to_string(m_maxNumberCharacters) + " characters");
         text += static_cast<char>(peekByte());
         advance();
     };
@@ -302,8 +371,11 @@ double JsonStream::readNumberBody()
             take();
     };
 
-    if (peekByte() == '-')
+    if (peekByte() == '-') {
         take();
+        if (peekByte() == 'I')
+            syntaxError("invalid number: expected a digit after '-', found 'I'", NonFiniteHint);
+    }
     if (peekByte() == '0') {
         take();
         if (isDigit(peekByte()))
@@ -354,7 +426,12 @@ std::optional<double> JsonStream::number(std::string_view expected)
             return std::numeric_limits<double>::infinity();
         if (text == "-Infinity")
             return -std::numeric_limits<double>::infinity();
-        mismatch(expected, text.size() <= 24 ? "the string \"" + text + "\"" : "a string");
+        mismatch(expected, "the string " + quote(text));
+        return std::nullopt;
+    }
+    if (kind == Kind::Null) {
+        expectLiteral("null");
+        mismatch(expected, "null (write the string \"NaN\" for a value that is missing)");
         return std::nullopt;
     }
     mismatchAndSkip(expected);
@@ -369,7 +446,7 @@ std::optional<int> JsonStream::integer(std::string_view expected)
     }
     const double value = readNumberBody();
     if (!(value >= INT_MIN && value <= INT_MAX) || value != std::trunc(value)) {
-        mismatch(expected, "the number " + m_scratch);
+        mismatch(expected, "the number " + (m_scratch.size() <= 100 ? m_scratch : m_scratch.substr(0, 100) + "..."));
         return std::nullopt;
     }
     return static_cast<int>(value);
@@ -490,9 +567,9 @@ std::string JsonStream::path() const
                 text += '.';
             text += step.key;
         } else {
-            text += "[\"";
-            text += step.key;
-            text += "\"]";
+            text += '[';
+            text += quote(step.key);
+            text += ']';
         }
     }
     return text;

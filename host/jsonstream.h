@@ -5,7 +5,9 @@
 // caller walks the document in the shape it expects: a value of another type is recorded as
 // a mismatch at its JSON path and skipped, and the walk goes on (so a later check, such as
 // the format version, can still take precedence). Malformed JSON ends the walk with
-// JsonSyntaxError, which tells the line, column and byte offset.
+// JsonSyntaxError, which tells the line, column and byte offset. A text or number longer
+// than the limits set, or a limit the caller checks, ends it with JsonLimitError. A UTF-8
+// byte-order mark at the start is skipped.
 
 #include <cstddef>
 #include <cstdint>
@@ -19,18 +21,28 @@
 class JsonSyntaxError : public std::runtime_error
 {
 public:
-    JsonSyntaxError(const std::string& reason, std::int64_t line, std::int64_t column, std::int64_t offset);
+    JsonSyntaxError(const std::string& reason, std::int64_t line, std::int64_t column, std::int64_t offset,
+                    const std::string& hint = {});
 
     const std::string& reason() const { return m_reason; }
+    const std::string& hint() const { return m_hint; }  // what to do about it, if known
     std::int64_t line() const { return m_line; }      // from 1
     std::int64_t column() const { return m_column; }  // from 1, in bytes
     std::int64_t offset() const { return m_offset; }  // bytes from the start of the text
 
 private:
     std::string m_reason;
+    std::string m_hint;
     std::int64_t m_line;
     std::int64_t m_column;
     std::int64_t m_offset;
+};
+
+// A value beyond what the reader accepts; the message starts with the value's JSON path.
+class JsonLimitError : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
 };
 
 class JsonStream
@@ -43,6 +55,10 @@ public:
     enum class Kind { Object, Array, String, Number, Boolean, Null };
 
     explicit JsonStream(Source source);
+
+    // The longest string (in UTF-8 bytes) and number (in characters) accepted; unlimited
+    // until set.
+    void setLimits(std::int64_t maxTextBytes, std::int64_t maxNumberCharacters);
 
     // The kind of the next value.
     Kind peek();
@@ -77,8 +93,13 @@ public:
     std::string path() const;
     // Requires the input to end after white space.
     void finish();
+    // Ends the walk with JsonLimitError: "path: what".
+    [[noreturn]] void limitExceeded(std::string_view what) const;
 
     static std::string_view describe(Kind kind);
+    // A text for a message: in double quotes, control characters and quotes escaped as in
+    // JSON, and cut after about 100 bytes.
+    static std::string quote(std::string_view text);
 
 private:
     struct PathStep
@@ -91,11 +112,12 @@ private:
     int skipWhitespace();
     void advance() { ++m_pos; }
     bool refill();
-    [[noreturn]] void syntaxError(const std::string& reason) const;
+    [[noreturn]] void syntaxError(const std::string& reason, const std::string& hint = {}) const;
     void expectByte(char byte, const char* what);
     // After an element: true after ',' (another follows), false after `close`.
     bool continueAfterElement(char close);
     void readStringBody(std::string& out);  // from after the opening quote
+    void skipByteOrderMark();
     void appendUtf8(std::string& out, std::uint32_t codePoint);
     std::uint32_t readHex4();
     double readNumberBody();
@@ -111,6 +133,9 @@ private:
     std::int64_t m_line = 1;
     std::int64_t m_lineStart = 0;  // offset of the current line's first byte
     bool m_atEnd = false;
+    bool m_started = false;  // the byte-order mark was looked for
+    std::int64_t m_maxTextBytes = INT64_MAX;
+    std::int64_t m_maxNumberCharacters = INT64_MAX;
     std::string m_scratch;
     std::vector<PathStep> m_path;
     std::optional<std::string> m_firstMismatch;

@@ -1,8 +1,10 @@
 #include "recordingreader.h"
 
 #include "jsonstream.h"
+#include "recordinglimits.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QRegularExpression>
 
 #include <zlib.h>
@@ -10,6 +12,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <new>
 
 namespace {
 
@@ -18,7 +21,6 @@ constexpr int FormatVersion = 1;
 
 constexpr std::string_view AString = "a string";
 constexpr std::string_view ANumber = "a number";
-constexpr std::string_view AnInteger = "an integer";
 constexpr std::string_view AVector = "an array of numbers";
 constexpr std::string_view AQuaternion = "an array of 4 numbers";
 
@@ -27,18 +29,40 @@ std::string arrayOf(std::int64_t count, std::string_view what)
     return "an array of " + std::to_string(count) + " " + std::string(what);
 }
 
+std::string fromTo(std::string_view what, std::int64_t low, std::int64_t high)
+{
+    return std::string(what) + " from " + std::to_string(low) + " to " + std::to_string(high);
+}
+
+// What the model holds per element read, for the memory budget: the element's own size with
+// room for the growth of the container holding it, and a little for the allocator.
+template <typename T>
+constexpr std::int64_t ElementCost = 2 * std::int64_t(sizeof(T));
+constexpr std::int64_t AllocationCost = 32;
+// A string is held as UTF-8 while read and as UTF-16 in the model.
+std::int64_t textCost(std::size_t utf8Bytes)
+{
+    return 3 * std::int64_t(utf8Bytes) + AllocationCost;
+}
+
 // Walks the top-level object and builds the Recording. Type errors are collected by the
 // stream (the first one is reported); "format" and "version" are checked at the end so
 // that a file of another format or version is reported as such whatever its fields hold.
 class RecordingParser
 {
 public:
-    explicit RecordingParser(JsonStream& json) : m_json(json) {}
+    // `topLevelIsObject` is set once the text is seen to start with an object, as a
+    // recording does; it stays false when the first value cannot even be read.
+    RecordingParser(JsonStream& json, RecordingBudget& budget, bool& topLevelIsObject)
+        : m_json(json), m_budget(budget), m_topLevelIsObject(topLevelIsObject)
+    {
+    }
 
     // The error message without the file name, or an empty string.
     std::string parse()
     {
-        if (m_json.peek() != JsonStream::Kind::Object) {
+        m_topLevelIsObject = m_json.peek() == JsonStream::Kind::Object;
+        if (!m_topLevelIsObject) {
             m_json.mismatch("an object", JsonStream::describe(m_json.peek()));
             m_json.skip();
             m_json.finish();
@@ -58,19 +82,56 @@ public:
             return "version: expected the integer " + std::to_string(FormatVersion) + ", found " + *m_versionFound;
         if (m_json.firstMismatch())
             return *m_json.firstMismatch();
-        return {};
+        return m_budget.checkExport(m_rec);
     }
 
     Recording takeRecording() { return std::move(m_rec); }
 
 private:
+    void charge(std::int64_t bytes)
+    {
+        if (!m_budget.chargeMemory(bytes))
+            m_json.limitExceeded("reading the recording needs more memory than allowed; " + m_budget.memoryRefusal());
+    }
+
+    // An integer from `low` to `high`; another value is a mismatch that names the range.
+    std::optional<int> boundedInteger(std::string_view what, int low, int high)
+    {
+        const std::string expected = fromTo(what, low, high);
+        const std::optional<int> value = m_json.integer(expected);
+        if (value && (*value < low || *value > high)) {
+            m_json.mismatch(expected, "the number " + std::to_string(*value));
+            return std::nullopt;
+        }
+        return value;
+    }
+
+    std::optional<int> frameNumber()
+    {
+        return boundedInteger("an integer frame number", -recordinglimits::MaxFrameNumber, recordinglimits::MaxFrameNumber);
+    }
+
+    void frameRate()
+    {
+        const std::string expected = "a frame rate from 0 to " + std::to_string(int(recordinglimits::MaxFrameRate))
+            + " frames per second";
+        const std::optional<double> rate = m_json.number(expected);
+        if (rate && !(*rate >= 0 && *rate <= recordinglimits::MaxFrameRate)) {
+            char text[32];
+            std::snprintf(text, sizeof text, "%.17g", *rate);
+            m_json.mismatch(expected, std::string("the number ") + text);
+            return;
+        }
+        m_rec.frameRate = rate;
+    }
+
     // Describes the value of "format" or "version" when it is not the expected one; an
     // empty text means it is.
     std::string checkFormat()
     {
         if (m_json.peek() == JsonStream::Kind::String) {
             const std::string text = *m_json.string(AString);
-            return text == FormatName ? std::string() : "the string \"" + text + "\"";
+            return text == FormatName ? std::string() : "the string " + JsonStream::quote(text);
         }
         const std::string found(JsonStream::describe(m_json.peek()));
         m_json.skip();
@@ -88,8 +149,7 @@ private:
             return std::string("the number ") + text;
         }
         if (m_json.peek() == JsonStream::Kind::String) {
-            const std::string text = *m_json.string(AString);
-            return "the string \"" + text + "\"";
+            return "the string " + JsonStream::quote(*m_json.string(AString));
         }
         const std::string found(JsonStream::describe(m_json.peek()));
         m_json.skip();
@@ -101,6 +161,7 @@ private:
         const std::optional<std::string> text = m_json.string(AString);
         if (!text)
             return std::nullopt;
+        charge(textCost(text->size()));
         return QString::fromStdString(*text);
     }
 
@@ -116,7 +177,7 @@ private:
                                                                     : QDateTime();
         if (!time.isValid()) {
             m_json.mismatch("an ISO 8601 date and time with Z or an offset (2026-03-01T10:20:30.250Z)",
-                            "the string \"" + *text + "\"");
+                            "the string " + JsonStream::quote(*text));
             return;
         }
         m_rec.recordStartTime = time;
@@ -126,26 +187,20 @@ private:
     {
         if (m_json.null())
             return;
-        const std::optional<int> count = m_json.integer("an integer or null");
-        if (!count)
-            return;
-        if (*count < 0) {
-            m_json.mismatch("a segment count from 0 or null", "the number " + std::to_string(*count));
-            return;
-        }
-        m_rec.tPoseSegmentCount = count;
+        m_rec.tPoseSegmentCount = boundedInteger("null or an integer segment count", 0, recordinglimits::MaxTPoseSegments);
     }
 
     void markers()
     {
         m_json.array("an array of marker objects", [&](std::int64_t) {
+            charge(ElementCost<RecordingMarker>);
             RecordingMarker marker;
             bool hasFrame = false;
             const bool isObject = m_json.object("a marker object {\"frame\": int, \"text\": string}",
                                                 [&](std::string_view key) {
                 if (key == "frame") {
                     hasFrame = true;
-                    if (const std::optional<int> frame = m_json.integer(AnInteger))
+                    if (const std::optional<int> frame = frameNumber())
                         marker.frame = *frame;
                 } else if (key == "text") {
                     marker.text = qstring().value_or(QString());
@@ -164,6 +219,7 @@ private:
     void externalChannels()
     {
         m_json.array("an array of channel objects", [&](std::int64_t) {
+            charge(ElementCost<RecordingChannel>);
             RecordingChannel channel;
             const bool isObject = m_json.object("a channel object {\"name\": string, \"info\": object or null}",
                                                 [&](std::string_view key) {
@@ -174,8 +230,10 @@ private:
                         return;
                     QMap<QString, QString> info;
                     m_json.object("an object of strings or null", [&](std::string_view infoKey) {
-                        if (const std::optional<QString> value = qstring())
+                        if (const std::optional<QString> value = qstring()) {
+                            charge(textCost(infoKey.size()) + AllocationCost);
                             info.insert(QString::fromUtf8(infoKey.data(), qsizetype(infoKey.size())), *value);
+                        }
                     });
                     channel.info = std::move(info);
                 } else {
@@ -207,6 +265,7 @@ private:
     {
         QStringList list;
         m_json.array("an array of strings", [&](std::int64_t) {
+            charge(ElementCost<QString>);
             list.append(qstring().value_or(QString()));
         });
         return list;
@@ -233,6 +292,7 @@ private:
     {
         ZtVector values;
         m_json.array(AVector, [&](std::int64_t) {
+            charge(ElementCost<double>);
             if (const std::optional<double> value = m_json.number(ANumber))
                 values.push_back(*value);
         });
@@ -257,7 +317,10 @@ private:
     std::vector<ZtVector> vectorList()
     {
         std::vector<ZtVector> list;
-        m_json.array("an array of vectors", [&](std::int64_t) { list.push_back(vector()); });
+        m_json.array("an array of vectors", [&](std::int64_t) {
+            charge(ElementCost<ZtVector>);
+            list.push_back(vector());
+        });
         return list;
     }
 
@@ -313,6 +376,7 @@ private:
             } else if (key == "segments") {
                 perHand(perHandArrays, [&](int hand) {
                     m_json.array("an array of finger segment objects", [&](std::int64_t) {
+                        charge(ElementCost<BkeSegmentPose>);
                         BkeSegmentPose finger;
                         m_json.object("a finger segment object {\"q\": quaternion, \"pos\": vector}",
                                       [&](std::string_view member) {
@@ -338,10 +402,15 @@ private:
 
     std::shared_ptr<const ConcreteTaviPose> pose()
     {
+        charge(std::int64_t(sizeof(ConcreteTaviPose)) + AllocationCost);
         TaviPose pose;
         const bool isObject = m_json.object("a pose object or null", [&](std::string_view key) {
             if (key == "segments") {
-                m_json.array("an array of segment objects", [&](std::int64_t) { pose.segments.push_back(segment()); });
+                m_json.array("an array of segment objects", [&](std::int64_t) {
+                    charge(ElementCost<TaviPose::Segment>);
+                    m_budget.notePoseSegments(1);
+                    pose.segments.push_back(segment());
+                });
             } else if (key == "jointAngles") {
                 pose.jointAngleList = vectorList();
             } else if (key == "jointAnglesXzy") {
@@ -378,20 +447,27 @@ private:
     void frames()
     {
         m_json.array("an array of frame objects", [&](std::int64_t) {
+            // The frame, its number in the export order and its entry in the index.
+            charge(ElementCost<RecordingFrame> + ElementCost<int> + AllocationCost);
             std::optional<int> number;
             bool hasNumber = false;
             RecordingFrame frame;
             const bool isObject = m_json.object("a frame object", [&](std::string_view key) {
                 if (key == "frame") {
                     hasNumber = true;
-                    number = m_json.integer(AnInteger);
+                    number = frameNumber();
                 } else if (key == "pose") {
                     if (!m_json.null())
                         frame.pose = pose();
                 } else if (key == "externalData") {
-                    m_json.array("an array of arrays of numbers", [&](std::int64_t) {
+                    m_json.array("an array of arrays of numbers", [&](std::int64_t channel) {
+                        charge(ElementCost<ExternalData>);
                         ExternalData data;
                         data.samples = vector();
+                        if (!data.samples.empty()) {
+                            m_budget.noteExternalSamples(std::int64_t(data.samples.size()));
+                            m_budget.noteChannelsWithSamples(channel + 1);
+                        }
                         frame.externalData.append(std::move(data));
                     });
                 } else {
@@ -424,13 +500,13 @@ private:
         else if (key == "recordStartTime")
             recordStartTime();
         else if (key == "frameRate")
-            m_rec.frameRate = m_json.number(ANumber);
+            frameRate();
         else if (key == "firstFrame")
-            m_rec.firstFrame = m_json.integer(AnInteger);
+            m_rec.firstFrame = frameNumber();
         else if (key == "lastFrame")
-            m_rec.lastFrame = m_json.integer(AnInteger);
+            m_rec.lastFrame = frameNumber();
         else if (key == "frameCount")
-            m_rec.frameCount = m_json.integer(AnInteger);
+            m_rec.frameCount = boundedInteger("an integer frame count", 0, int(recordinglimits::MaxFrameRange));
         else if (key == "tPoseSegmentCount")
             tPoseSegmentCount();
         else if (key == "markers")
@@ -438,7 +514,7 @@ private:
         else if (key == "externalChannels")
             externalChannels();
         else if (key == "externalDataCount")
-            m_rec.externalDataCount = m_json.integer(AnInteger);
+            m_rec.externalDataCount = boundedInteger("an integer sample count", 0, recordinglimits::MaxExternalDataCount);
         else if (key == "fingerTracking")
             fingerTrackingNames();
         else if (key == "frames")
@@ -448,29 +524,43 @@ private:
     }
 
     JsonStream& m_json;
+    RecordingBudget& m_budget;
     Recording m_rec;
+    bool& m_topLevelIsObject;
     std::optional<std::string> m_formatFound;   // unset: absent; empty: as expected
     std::optional<std::string> m_versionFound;  // likewise
 };
 
-RecordingReadResult readFrom(JsonStream::Source source, const QString& name)
+// Added to the messages about a file that does not hold a JSON object at all.
+constexpr QStringView NotARecordingHint = u"; a recording is a JSON object as docs/recording-format.md describes";
+
+RecordingReadResult readFrom(JsonStream::Source source, std::int64_t fileBytes, const QString& name)
 {
     RecordingReadResult result;
+    bool topLevelIsObject = false;
     try {
         JsonStream json(std::move(source));
-        RecordingParser parser(json);
+        json.setLimits(recordinglimits::MaxTextBytes, recordinglimits::MaxNumberCharacters);
+        RecordingBudget budget(fileBytes);
+        RecordingParser parser(json, budget, topLevelIsObject);
         const std::string error = parser.parse();
         if (error.empty())
             result.recording = parser.takeRecording();
         else
-            result.error = QStringLiteral("%1: %2").arg(name, QString::fromStdString(error));
+            result.error = QStringLiteral("%1: %2%3").arg(name, QString::fromStdString(error),
+                                                          topLevelIsObject ? QStringView() : NotARecordingHint);
     } catch (const JsonSyntaxError& e) {
-        result.error = QStringLiteral("%1:%2:%3: invalid JSON: %4 (byte offset %5)")
-                           .arg(name)
-                           .arg(e.line())
-                           .arg(e.column())
-                           .arg(QString::fromStdString(e.reason()))
-                           .arg(e.offset());
+        result.error = QStringLiteral("%1:%2:%3: invalid JSON: %4 (byte offset %5)%6")
+                           .arg(name, QString::number(e.line()), QString::number(e.column()),
+                                QString::fromStdString(e.reason()), QString::number(e.offset()),
+                                !e.hint().empty()     ? QStringLiteral("; ") + QString::fromStdString(e.hint())
+                                    : topLevelIsObject ? QString()
+                                                       : NotARecordingHint.toString());
+    } catch (const JsonLimitError& e) {
+        result.error = QStringLiteral("%1: %2").arg(name, QString::fromStdString(e.what()));
+    } catch (const std::bad_alloc&) {
+        result.recording.reset();
+        result.error = QStringLiteral("%1: not enough memory to read the recording").arg(name);
     } catch (const std::runtime_error& e) {
         result.error = QStringLiteral("%1: cannot read: %2").arg(name, QString::fromLocal8Bit(e.what()));
     }
@@ -489,57 +579,39 @@ RecordingReadResult readRecordingText(QByteArrayView json, const QString& source
             position += count;
             return std::size_t(count);
         },
-        sourceName);
+        json.size(), sourceName);
 }
 
 RecordingReadResult readRecordingFile(const QString& fileName)
 {
+    // zlib reads a gzip stream by its magic bytes and any other file as it is, whatever the name.
     const QByteArray path = QFile::encodeName(fileName);
-    if (fileName.endsWith(QStringLiteral(".gz"))) {
-        gzFile file = gzopen(path.constData(), "rb");
-        if (!file) {
-            RecordingReadResult failed;
-            failed.error = QStringLiteral("%1: cannot open: %2").arg(fileName, QString::fromLocal8Bit(std::strerror(errno)));
-            return failed;
-        }
-        gzbuffer(file, 1 << 20);
-        RecordingReadResult result = readFrom(
-            [file, &path](char* buffer, std::size_t capacity) {
-                const int count = gzread(file, buffer, static_cast<unsigned>(capacity));
-                int status = Z_OK;
-                const char* message = gzerror(file, &status);
-                // A truncated stream reads to its end and then reports Z_BUF_ERROR.
-                if (count < 0 || (status != Z_OK && status != Z_STREAM_END)) {
-                    if (status == Z_ERRNO)
-                        throw std::runtime_error(std::strerror(errno));
-                    // zlib puts the path before its message; the caller names the file already.
-                    std::string_view text(message);
-                    const std::string prefix = path.toStdString() + ": ";
-                    if (text.starts_with(prefix))
-                        text.remove_prefix(prefix.size());
-                    throw std::runtime_error(std::string(text));
-                }
-                return std::size_t(count);
-            },
-            fileName);
-        gzclose(file);
-        return result;
-    }
-
-    std::FILE* file = std::fopen(path.constData(), "rb");
+    gzFile file = gzopen(path.constData(), "rb");
     if (!file) {
         RecordingReadResult failed;
         failed.error = QStringLiteral("%1: cannot open: %2").arg(fileName, QString::fromLocal8Bit(std::strerror(errno)));
         return failed;
     }
+    gzbuffer(file, 1 << 20);
     RecordingReadResult result = readFrom(
-        [file](char* buffer, std::size_t capacity) {
-            const std::size_t count = std::fread(buffer, 1, capacity, file);
-            if (count == 0 && std::ferror(file))
-                throw std::runtime_error(std::strerror(errno));
-            return count;
+        [file, &path](char* buffer, std::size_t capacity) {
+            const int count = gzread(file, buffer, static_cast<unsigned>(capacity));
+            int status = Z_OK;
+            const char* message = gzerror(file, &status);
+            // A truncated stream reads to its end and then reports Z_BUF_ERROR.
+            if (count < 0 || (status != Z_OK && status != Z_STREAM_END)) {
+                if (status == Z_ERRNO)
+                    throw std::runtime_error(std::strerror(errno));
+                // zlib puts the path before its message; the caller names the file already.
+                std::string_view text(message);
+                const std::string prefix = path.toStdString() + ": ";
+                if (text.starts_with(prefix))
+                    text.remove_prefix(prefix.size());
+                throw std::runtime_error(std::string(text));
+            }
+            return std::size_t(count);
         },
-        fileName);
-    std::fclose(file);
+        QFileInfo(fileName).size(), fileName);
+    gzclose(file);
     return result;
 }

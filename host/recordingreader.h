@@ -1,10 +1,11 @@
 #pragma once
 
-// Reads a recording file (JSON, format version 1; a name ending in ".gz" is read through
-// gzip) into a Recording. The file is walked as a stream, so memory holds the model and a
-// read buffer but never the whole text. Reading is strict: invalid JSON, a missing or other
-// "format" or "version", and a field of the wrong JSON type reject the file with a message
-// naming the file, the field's JSON path and what was expected, e.g.
+// Reads a recording file (JSON, format version 1; gzip-compressed files are recognised by
+// their first bytes, and a UTF-8 byte-order mark is skipped) into a Recording. The file is
+// walked as a stream, so memory holds the model and a read buffer but never the whole text.
+// Reading is strict: invalid JSON, a missing or other "format" or "version", a field of the
+// wrong JSON type, and values past the bounds of recordinglimits.h reject the file with a
+// message naming the file, the field's JSON path and what was expected, e.g.
 //     walk.json: frames[12].pose.segments[3].q: expected an array of 4 numbers, found a string
 // Invalid JSON is reported with its line, column and byte offset. Unknown fields are ignored.
 

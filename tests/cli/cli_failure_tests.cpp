@@ -41,6 +41,14 @@ TEST(CliFailures, RejectedRecordingFilesAreExplained)
            {"frame": 1, "pose": {"segments": [{}, {}, {}, {"q": "identity"}]}}]})",
          "nested.json: frames[1].pose.segments[3].q: expected an array of 4 numbers, found a string"},
         {"absent.json", nullptr, "absent.json: cannot open: No such file or directory"},
+        // Small files that declare more than any studio records.
+        {"tpose.json", R"({"format": "tavi-recording", "version": 1, "tPoseSegmentCount": 2147483647})",
+         "tpose.json: tPoseSegmentCount: expected null or an integer segment count from 0 to 1000, found the number 2147483647"},
+        {"range.json", R"({"format": "tavi-recording", "version": 1, "frames": [{"frame": 0}, {"frame": 2147483647}]})",
+         "range.json: frames[1].frame: expected an integer frame number from -1000000000 to 1000000000, found the number 2147483647"},
+        {"walk.csv", "Frame,Time\n0,0.0\n",
+         "walk.csv:1:1: invalid JSON: expected a value, found 'F' (byte offset 0); a recording is a JSON object as "
+         "docs/recording-format.md describes"},
     };
     CliWorkspace space;
     for (const auto& [file, content, message] : cases) {

@@ -190,10 +190,9 @@ TEST(HostInterface, EveryFieldReachesItsOperationOrAccessor)
 TEST(HostInterface, NumbersMayBeNonFiniteStrings)
 {
     constexpr double Infinity = std::numeric_limits<double>::infinity();
-    RecordingHost host{readOrFail(R"({"format": "tavi-recording", "version": 1, "frameRate": "Infinity",
+    RecordingHost host{readOrFail(R"({"format": "tavi-recording", "version": 1,
       "frames": [{"frame": 0, "pose": {"globalPosition": ["NaN", "-Infinity", -0.0, 1e-400, 1e400],
                                        "segments": [{"q": ["NaN", 0, "Infinity", 1]}]}}]})")};
-    EXPECT_EQ(host.frameRate(), Infinity);
     const ZtVector position = host.pose(0)->pose()->globalPosition();
     ASSERT_EQ(position.size(), 5u);
     EXPECT_TRUE(std::isnan(position[0]));
