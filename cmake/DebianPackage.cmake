@@ -1,0 +1,34 @@
+# `cpack -G DEB` in the build folder makes a Debian package of everything the install rules
+# name: tavi-export, the plug-in, the SDK library, the manual page and the documentation.
+# The libraries' dependencies are found by dpkg-shlibdeps (Debian package dpkg-dev).
+
+set(TAVI_PACKAGE_MAINTAINER "TAVI Excel Exporter maintainers <maintainers@tavi-exporter.invalid>"
+    CACHE STRING "The Maintainer field of the Debian package")
+
+set(CPACK_PACKAGE_NAME "tavi-excel-exporter")
+set(CPACK_PACKAGE_VERSION "${PROJECT_VERSION}")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "motion-capture recordings to .xlsx workbooks")
+set(CPACK_PACKAGE_DESCRIPTION
+    "An export plug-in for the TAVI motion-capture studio that writes a recording into a\n"
+    "spreadsheet workbook with one worksheet per kind of data: segment orientations,\n"
+    "positions, velocities and accelerations, joint and ergonomic angles, centre of mass,\n"
+    "sensor data, finger tracking, external channels and markers.\n"
+    "\n"
+    "tavi-export runs the plug-in without the studio: it exports recording files (JSON,\n"
+    "optionally gzip-compressed), a built-in demo recording, or many recordings at once.")
+string(CONCAT CPACK_PACKAGE_DESCRIPTION ${CPACK_PACKAGE_DESCRIPTION})
+set(CPACK_PACKAGE_CONTACT "${TAVI_PACKAGE_MAINTAINER}")
+set(CPACK_PACKAGING_INSTALL_PREFIX "/usr")
+set(CPACK_STRIP_FILES ON)
+
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_MAINTAINER "${TAVI_PACKAGE_MAINTAINER}")
+set(CPACK_DEBIAN_PACKAGE_SECTION "science")
+set(CPACK_DEBIAN_PACKAGE_PRIORITY "optional")
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+# The SDK library ships in the package itself, in a private folder.
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${PROJECT_BINARY_DIR}/plugin/sdk")
+# The options dialog needs a window-system plug-in, and Qt's translations for its buttons.
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "qt6-qpa-plugins, qt6-translations-l10n")
+
+include(CPack)
