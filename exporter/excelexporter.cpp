@@ -66,8 +66,8 @@ bool ExcelExporter::initialize(const QString& fileName)
 void ExcelExporter::initializeSession(const QString& fileName)
 {
     m_initialized = false;
-    for (xlsx::PartFile& file : m_sheetFiles)
-        file.abandon();
+    stopDeflating();
+    m_sheetNumbers.fill(0);
     loadSettings();
     m_targetPath = fileName;
     m_cells.reset();
@@ -111,7 +111,11 @@ void ExcelExporter::initializeSession(const QString& fileName)
         if (enabled(id)) {
             xlsx::PartFile& file = sheetFile(id);
             const QStringList& sheetHeaders = headers.forSheet(entry.headers);
-            xlsx::createSheetFile(file, m_nextSheetNumber++, m_tempFolder, lastRow, static_cast<int>(sheetHeaders.size()));
+            if (!m_deflateWorkers)
+                m_deflateWorkers = std::make_unique<xlsx::DeflateWorkers>(ArchiveLevel, xlsx::PartFile::BufferSize);
+            m_sheetNumbers[slot] = m_nextSheetNumber;
+            xlsx::createSheetFile(file, m_nextSheetNumber++, m_tempFolder, lastRow, static_cast<int>(sheetHeaders.size()),
+                                  m_deflateWorkers.get());
             if (entry.hiddenColumnsPerSegment > 0)
                 xlsx::writeHiddenColumns(file, hiddenSensorColumns(entry.hiddenColumnsPerSegment, firstPoseData, firstPoseSegments));
             m_cells.setHeaders(file, sheetHeaders);
@@ -176,17 +180,25 @@ bool ExcelExporter::useThisFrame(int frame)
 
 void ExcelExporter::cleanup()
 {
-    for (xlsx::PartFile& file : m_sheetFiles) {
-        if (!file.isOpen())
-            continue;
-        try {
-            file.write("</row></sheetData></worksheet>");
-            file.close();
-        } catch (const std::exception&) {
-            file.abandon();
-        }
-    }
+    // The folder goes with everything in it: unfinished sheets are dropped, not completed.
+    stopDeflating();
     m_folder.remove();
+}
+
+void ExcelExporter::stopDeflating()
+{
+    for (xlsx::PartFile& file : m_sheetFiles)
+        file.abandon();
+    m_deflateWorkers.reset();
+}
+
+const xlsx::PartFile* ExcelExporter::dataSheetNumbered(int sheetNumber) const
+{
+    for (int slot = 0; slot < DataSheetCount; ++slot) {
+        if (m_sheetNumbers[slot] == sheetNumber)
+            return &m_sheetFiles[slot];
+    }
+    return nullptr;
 }
 
 int ExcelExporter::rowSpan(RowSpan span) const

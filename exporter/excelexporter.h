@@ -2,6 +2,7 @@
 
 #include "abstractplugin.h"
 #include "cellwriter.h"
+#include "deflateworkers.h"
 #include "emgcollector.h"
 #include "headerlists.h"
 #include "partfile.h"
@@ -66,6 +67,13 @@ private:
     void writeExternalRows(int frame, int row);
     void assemblePackage();
     void writeMarkersSheet();
+    // Drops the data sheets' unfinished streams and ends the deflate workers.
+    void stopDeflating();
+    // The data sheet file numbered `sheetNumber`, or null.
+    const xlsx::PartFile* dataSheetNumbered(int sheetNumber) const;
+
+    // The archive's compression level, which the data sheets' streams use as well.
+    static constexpr int ArchiveLevel = 6;
 
     AbstractTaviStudioPluginInterface& m_host;
     AbstractSettingsSynchronizer* m_settings;
@@ -82,7 +90,10 @@ private:
     QString m_tempFolder;
     TempFolder m_folder;
     QString m_lastErrorText;
+    // Declared before the sheet files, which hand their blocks to it, so that it outlives them.
+    std::unique_ptr<xlsx::DeflateWorkers> m_deflateWorkers;
     std::array<xlsx::PartFile, DataSheetCount> m_sheetFiles;
+    std::array<int, DataSheetCount> m_sheetNumbers{};
     std::array<bool, SheetSwitchCount> m_sheetEnabled{};
     EmgCollector m_emgCollector;
     // External Data rows are written only when the collector gathered samples.

@@ -35,6 +35,8 @@ bool ExcelExporter::exportFrame(int frame)
         return true;
 
     try {
+        if (m_deflateWorkers)
+            m_deflateWorkers->throwIfFailed();
         const std::unique_ptr<TaviPoseObject> poseObject = m_host.pose(frame);
         const ConcreteTaviPose* pose = poseObject ? poseObject->pose() : nullptr;
         const int segmentCount = poseObject ? poseObject->segmentStateCount() : 0;

@@ -47,8 +47,9 @@ bool ExcelExporter::finalize(bool abort)
         assemblePackage();
         cleanup();
     } catch (...) {
-        // The temporary folder stays until the exporter is destroyed.
+        // The temporary folder stays until the exporter is destroyed; the workers end now.
         m_lastErrorText = describeFailure(std::current_exception());
+        stopDeflating();
     }
     // Success shows only as an empty lastError().
     return false;
@@ -99,7 +100,7 @@ void ExcelExporter::assemblePackage()
     m_targetPath = QFileInfo(m_targetPath).absoluteFilePath();
     // The archive is written inside the temporary folder and replaces the target only when whole.
     const QString archivePath = m_tempFolder + QLatin1String(TempFolder::ArchiveName);
-    Archive archive(zip_open(QDir::toNativeSeparators(archivePath).toUtf8().constData(), 6, 'w'));
+    Archive archive(zip_open(QDir::toNativeSeparators(archivePath).toUtf8().constData(), ArchiveLevel, 'w'));
     if (!archive)
         throw std::runtime_error("Could not create final xlsx file");
 
@@ -116,7 +117,13 @@ void ExcelExporter::assemblePackage()
     addFile(archive.get(), "xl/workbook.xml", m_tempFolder + QStringLiteral("workbook.xml"));
     for (int sheet = 1; sheet < m_nextSheetNumber; ++sheet) {
         const QByteArray entryName = QStringLiteral("xl/worksheets/sheet%1.xml").arg(sheet).toUtf8();
-        addFile(archive.get(), entryName.constData(), QStringLiteral("%1sheet%2.xml").arg(m_tempFolder, QString::number(sheet)));
+        const QString path = QStringLiteral("%1sheet%2.xml").arg(m_tempFolder, QString::number(sheet));
+        const xlsx::PartFile* dataSheet = dataSheetNumbered(sheet);
+        if (dataSheet && dataSheet->isDeflated())
+            xlsx::addDeflatedFileToZip(archive.get(), entryName.constData(), QDir::toNativeSeparators(path).toUtf8().constData(),
+                                       dataSheet->deflatedText());
+        else
+            addFile(archive.get(), entryName.constData(), path);
     }
     if (zip_close(archive.release()) != 0 || !replaceTarget(archivePath, m_targetPath))
         throw std::runtime_error("Could not create final xlsx file");

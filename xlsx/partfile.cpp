@@ -3,7 +3,9 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <stdexcept>
+#include <utility>
 
 namespace xlsx {
 
@@ -11,6 +13,10 @@ PartFile::PartFile() : m_buffer(new char[BufferSize]) {}
 
 PartFile::~PartFile()
 {
+    if (m_stream) {
+        abandon();
+        return;
+    }
     // Like a QFile going out of scope: what is buffered still reaches the file, but a
     // destructor cannot report a failure.
     if (m_file.isOpen() && m_used > 0)
@@ -30,6 +36,18 @@ void PartFile::open(const QString& path)
             ::close(fd);
         throw std::runtime_error(QStringLiteral("Could not create temporary file %1").arg(path).toUtf8().toStdString());
     }
+    m_deflatedText.reset();
+}
+
+void PartFile::open(const QString& path, DeflateWorkers& workers)
+{
+    open(path);
+    // Blocks handed to the workers come back as others of their size.
+    if (workers.blockSize() != BufferSize)
+        throw std::logic_error("deflate blocks must be the part file's buffer size");
+    m_workers = &workers;
+    m_stream = workers.open(m_file);
+    m_deflatedText = DeflatedText{};
 }
 
 void PartFile::flush()
@@ -42,7 +60,14 @@ void PartFile::close()
     if (!m_file.isOpen())
         return;
     try {
-        drain();
+        if (m_stream) {
+            const std::size_t size = m_used;
+            m_used = 0;
+            DeflateStream* const stream = std::exchange(m_stream, nullptr);
+            m_deflatedText = m_workers->finish(stream, m_buffer, size);
+        } else {
+            drain();
+        }
     } catch (...) {
         m_file.close();
         throw;
@@ -53,6 +78,8 @@ void PartFile::close()
 
 void PartFile::abandon()
 {
+    if (m_stream)
+        m_workers->drop(std::exchange(m_stream, nullptr));
     m_used = 0;
     m_file.close();
 }
@@ -61,12 +88,26 @@ void PartFile::drain()
 {
     const std::size_t size = m_used;
     m_used = 0;
-    writeFully(m_buffer.get(), size);
+    if (m_stream)
+        m_workers->submit(m_stream, m_buffer, size);
+    else
+        writeFully(m_buffer.get(), size);
 }
 
 void PartFile::writeThrough(std::string_view text)
 {
-    writeFully(text.data(), text.size());
+    if (!m_stream) {
+        writeFully(text.data(), text.size());
+        return;
+    }
+    while (!text.empty()) {
+        const std::size_t piece = std::min(text.size(), BufferSize - m_used);
+        std::memcpy(m_buffer.get() + m_used, text.data(), piece);
+        m_used += piece;
+        text.remove_prefix(piece);
+        if (m_used == BufferSize)
+            drain();
+    }
 }
 
 void PartFile::writeFully(const char* data, std::size_t size)

@@ -60,9 +60,14 @@ void createBasic(PartFile& file, const QString& path)
     file.open(path);
 }
 
-void createSheetFile(PartFile& file, int sheetNumber, const QString& folder, int lastRow, int lastColumn)
+void createSheetFile(PartFile& file, int sheetNumber, const QString& folder, int lastRow, int lastColumn,
+                     DeflateWorkers* workers)
 {
-    createBasic(file, folder + QStringLiteral("/sheet%1.xml").arg(sheetNumber));
+    const QString path = folder + QStringLiteral("/sheet%1.xml").arg(sheetNumber);
+    if (workers)
+        file.open(path, *workers);
+    else
+        createBasic(file, path);
     file.write(WorksheetHead);
     if (lastRow != 0 && lastColumn != 0) {
         char* out = file.reserve(32);
@@ -132,6 +137,13 @@ void addSheet(bool enabled, int& counter, const char* name, PartFile& workbook, 
 void addFileToZip(zip_t* archive, const char* entryName, const char* path)
 {
     if (zip_entry_open(archive, entryName) != 0 || zip_entry_fwrite(archive, path) != 0
+        || zip_entry_close(archive) != 0)
+        throw std::runtime_error("Could not add file to xlsx");
+}
+
+void addDeflatedFileToZip(zip_t* archive, const char* entryName, const char* path, DeflatedText text)
+{
+    if (zip_entry_open(archive, entryName) != 0 || zip_entry_fwrite_deflated(archive, path, text.crc, text.length) != 0
         || zip_entry_close(archive) != 0)
         throw std::runtime_error("Could not add file to xlsx");
 }

@@ -24,8 +24,10 @@ char* writeColumnLetters(int column, char* out);
 
 // Creates the part file; throws "Could not create temporary file <path>".
 void createBasic(PartFile& file, const QString& path);
-// Creates folder + "/sheet<n>.xml" and writes the worksheet head with its dimension.
-void createSheetFile(PartFile& file, int sheetNumber, const QString& folder, int lastRow, int lastColumn);
+// Creates folder + "/sheet<n>.xml" and writes the worksheet head with its dimension; with
+// `workers`, the file holds the sheet's text deflated.
+void createSheetFile(PartFile& file, int sheetNumber, const QString& folder, int lastRow, int lastColumn,
+                     DeflateWorkers* workers = nullptr);
 // Closes the last row, the sheet data and the worksheet, then the file; nothing if not open.
 void finishSheet(PartFile& file);
 // Writes "<cols>", one hidden <col> element per [first, last] range, "</cols>".
@@ -36,5 +38,7 @@ void addSheet(bool enabled, int& counter, const char* name, PartFile& workbook, 
               PartFile& appProperties, PartFile& workbookRels);
 // Copies a file into the archive as one entry; throws "Could not add file to xlsx".
 void addFileToZip(zip_t* archive, const char* entryName, const char* path);
+// Copies a file holding a deflated text as one entry; throws "Could not add file to xlsx".
+void addDeflatedFileToZip(zip_t* archive, const char* entryName, const char* path, DeflatedText text);
 
 } // namespace xlsx

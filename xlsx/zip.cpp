@@ -1,7 +1,11 @@
 #include "zip.h"
 
+#include "igziplevel.h"
+
 #include <isa-l/crc.h>
 #include <isa-l/igzip_lib.h>
+
+#include <zlib.h>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -49,8 +53,12 @@ constexpr std::size_t kCopyChunkSize = 65536;
 // The compressor counts its input in 32 bits; larger writes are fed in pieces of this size.
 constexpr std::size_t kMaxDeflateInput = std::size_t{1} << 30;
 
+// What an entry's data is made of; the two kinds do not mix in one entry.
+enum class EntryData { None, Text, Deflated };
+
 struct Entry {
     bool open = false;
+    EntryData data = EntryData::None;
     std::string name;
     std::uint64_t headerOffset = 0;
     std::uint64_t uncompressedSize = 0;
@@ -94,26 +102,6 @@ DosDateTime toDosDateTime(std::time_t moment)
     const int time = local.tm_hour * 2048 + local.tm_min * 32 + local.tm_sec / 2;
     const int date = (local.tm_year + 1900 - 1980) * 512 + (local.tm_mon + 1) * 32 + local.tm_mday;
     return {static_cast<std::uint16_t>(time), static_cast<std::uint16_t>(date)};
-}
-
-std::uint32_t isalLevelFor(int level)
-{
-    if (level == 1) {
-        return 1;
-    }
-    return level <= 5 ? 2 : 3;
-}
-
-std::uint32_t isalLevelBufferSize(std::uint32_t isalLevel)
-{
-    switch (isalLevel) {
-    case 1:
-        return ISAL_DEF_LVL1_DEFAULT;
-    case 2:
-        return ISAL_DEF_LVL2_DEFAULT;
-    default:
-        return ISAL_DEF_LVL3_DEFAULT;
-    }
 }
 
 // The fields a local header and its central-directory record share, from "version needed"
@@ -162,8 +150,8 @@ namespace {
 
 bool startDeflate(zip_t& zip)
 {
-    const std::uint32_t isalLevel = isalLevelFor(zip.compressionLevel());
-    const std::uint32_t levelBufferSize = isalLevelBufferSize(isalLevel);
+    const std::uint32_t isalLevel = xlsx::igzipLevelFor(zip.compressionLevel());
+    const std::uint32_t levelBufferSize = xlsx::igzipLevelBufferSize(isalLevel);
     if (!zip.levelBuffer) {
         zip.levelBuffer.reset(new (std::nothrow) std::uint8_t[levelBufferSize]);
     }
@@ -214,6 +202,10 @@ bool deflateToFile(zip_t& zip, const std::uint8_t* data, std::size_t size, bool 
 int writeEntryData(zip_t& zip, const std::uint8_t* data, std::size_t size)
 {
     Entry& entry = zip.entry;
+    if (entry.data == EntryData::Deflated) {
+        return ZIP_EINVENTTYPE;
+    }
+    entry.data = EntryData::Text;
     entry.uncompressedSize += size;
     entry.crc = crc32_gzip_refl(entry.crc, data, size);
     if (zip.compressionLevel() == 0) {
@@ -229,7 +221,9 @@ int writeEntryData(zip_t& zip, const std::uint8_t* data, std::size_t size)
 int finishEntry(zip_t& zip)
 {
     Entry& entry = zip.entry;
-    if (zip.compressionLevel() != 0) {
+    if (entry.data == EntryData::Deflated) {
+        entry.method = kMethodDeflate;
+    } else if (zip.compressionLevel() != 0) {
         if (!deflateToFile(zip, nullptr, 0, true)) {
             return ZIP_ETDEFLBUF;
         }
@@ -268,6 +262,68 @@ int finishEntry(zip_t& zip)
     ++zip.entryCount;
     zip.archiveEnd = entry.headerOffset + kLocalHeaderSize + entry.name.size() + entry.compressedSize;
     return 0;
+}
+
+// Copies a piece of a deflated stream into the entry as it stands.
+int writeDeflatedData(zip_t& zip, const std::uint8_t* data, std::size_t size)
+{
+    Entry& entry = zip.entry;
+    if (entry.data == EntryData::Text) {
+        return ZIP_EINVENTTYPE;
+    }
+    entry.data = EntryData::Deflated;
+    if (size > 0 && std::fwrite(data, 1, size, zip.file) != size) {
+        return ZIP_EWRTENT;
+    }
+    entry.compressedSize += size;
+    return 0;
+}
+
+// Adds a piece's text, known only by its CRC and length, to the entry's CRC and size.
+void appendTextChecksum(Entry& entry, std::uint32_t crc, std::uint64_t length)
+{
+    entry.crc = static_cast<std::uint32_t>(crc32_combine(entry.crc, crc, static_cast<z_off_t>(length)));
+    entry.uncompressedSize += length;
+}
+
+// Takes the file's time and mode for the entry, as an entry copied from a file has them.
+bool takeFileStatus(Entry& entry, const char* path)
+{
+    struct stat status {};
+    if (!path || stat(path, &status) != 0) {
+        return false;
+    }
+    entry.modified = status.st_mtime;
+    entry.externalAttributes |= static_cast<std::uint32_t>(status.st_mode & 0xFFFF) << 16;
+    if (!(status.st_mode & S_IWUSR)) {
+        entry.externalAttributes |= kDosReadOnly;
+    }
+    return true;
+}
+
+// Feeds a file through `write` in chunks; -16 if it cannot be opened, -8 if reading fails or
+// `write` does.
+template <typename Write>
+int copyFile(const char* path, Write write)
+{
+    std::FILE* source = std::fopen(path, "rb");
+    if (!source) {
+        return ZIP_EOPNFILE;
+    }
+    std::uint8_t chunk[kCopyChunkSize];
+    int result = 0;
+    std::size_t count = 0;
+    while ((count = std::fread(chunk, 1, sizeof chunk, source)) > 0) {
+        if (write(chunk, count) != 0) {
+            result = ZIP_EWRTENT;
+            break;
+        }
+    }
+    if (result == 0 && std::ferror(source)) {
+        result = ZIP_EWRTENT;
+    }
+    std::fclose(source);
+    return result;
 }
 
 void releaseEntry(Entry& entry)
@@ -365,6 +421,7 @@ int zip_entry_open(zip_t* zip, const char* entryName)
     entry.compressedSize = 0;
     entry.crc = 0;
     entry.method = kMethodStored;
+    entry.data = EntryData::None;
     entry.modified = std::time(nullptr);
     entry.externalAttributes = kDefaultAttributes;
 
@@ -406,34 +463,45 @@ int zip_entry_fwrite(zip_t* zip, const char* path)
     if (!zip || !zip->entry.open) {
         return ZIP_ENOINIT;
     }
-    struct stat status {};
-    if (!path || stat(path, &status) != 0) {
+    if (zip->entry.data == EntryData::Deflated) {
+        return ZIP_EINVENTTYPE;
+    }
+    if (!takeFileStatus(zip->entry, path)) {
         return ZIP_ENOENT;
     }
-    Entry& entry = zip->entry;
-    entry.modified = status.st_mtime;
-    entry.externalAttributes |= static_cast<std::uint32_t>(status.st_mode & 0xFFFF) << 16;
-    if (!(status.st_mode & S_IWUSR)) {
-        entry.externalAttributes |= kDosReadOnly;
-    }
+    return copyFile(path, [zip](const std::uint8_t* data, std::size_t size) { return writeEntryData(*zip, data, size); });
+}
 
-    std::FILE* source = std::fopen(path, "rb");
-    if (!source) {
-        return ZIP_EOPNFILE;
+int zip_entry_write_deflated(zip_t* zip, const void* buffer, std::size_t size, std::uint32_t crc, std::uint64_t length)
+{
+    if (!zip || !zip->entry.open) {
+        return ZIP_ENOINIT;
     }
-    std::uint8_t chunk[kCopyChunkSize];
-    int result = 0;
-    std::size_t count = 0;
-    while ((count = std::fread(chunk, 1, sizeof chunk, source)) > 0) {
-        if (writeEntryData(*zip, chunk, count) != 0) {
-            result = ZIP_EWRTENT;
-            break;
-        }
+    const int result = writeDeflatedData(*zip, static_cast<const std::uint8_t*>(buffer), size);
+    if (result == 0) {
+        appendTextChecksum(zip->entry, crc, length);
     }
-    if (result == 0 && std::ferror(source)) {
-        result = ZIP_EWRTENT;
+    return result;
+}
+
+int zip_entry_fwrite_deflated(zip_t* zip, const char* path, std::uint32_t crc, std::uint64_t length)
+{
+    if (!zip || !zip->entry.open) {
+        return ZIP_ENOINIT;
     }
-    std::fclose(source);
+    if (zip->entry.data == EntryData::Text) {
+        return ZIP_EINVENTTYPE;
+    }
+    if (!takeFileStatus(zip->entry, path)) {
+        return ZIP_ENOENT;
+    }
+    zip->entry.data = EntryData::Deflated;
+    const int result = copyFile(path, [zip](const std::uint8_t* data, std::size_t size) {
+        return writeDeflatedData(*zip, data, size);
+    });
+    if (result == 0) {
+        appendTextChecksum(zip->entry, crc, length);
+    }
     return result;
 }
 

@@ -9,6 +9,7 @@
 // below 4 GiB (-6 beyond).
 
 #include <cstddef>
+#include <cstdint>
 
 struct zip_t;
 
@@ -66,6 +67,18 @@ int zip_entry_write(zip_t* zip, const void* buffer, std::size_t size);
 // DOS read-only bit when the owner may not write). -3 if the file cannot be found, -16 if it
 // cannot be opened, -8 if reading or writing fails. Without an open entry, -1.
 int zip_entry_fwrite(zip_t* zip, const char* path);
+
+// Appends a piece of an already deflated (raw deflate) stream to the open entry, which is then
+// stored as deflated data; `crc` and `length` are the CRC-32 and size of the piece's text.
+// Pieces written one after another must form one stream: all but the last end on a byte
+// boundary without the final block. Mixed with zip_entry_write or zip_entry_fwrite in one
+// entry, -17. Without an open entry, -1; a failed write, -8.
+int zip_entry_write_deflated(zip_t* zip, const void* buffer, std::size_t size, std::uint32_t crc,
+                             std::uint64_t length);
+
+// The same with the piece read from a file; the entry takes the file's time and mode as with
+// zip_entry_fwrite, and fails as it does.
+int zip_entry_fwrite_deflated(zip_t* zip, const char* path, std::uint32_t crc, std::uint64_t length);
 
 // Completes the open entry's header and directory record. Without an open entry, -1.
 int zip_entry_close(zip_t* zip);

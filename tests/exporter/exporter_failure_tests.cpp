@@ -109,14 +109,16 @@ TEST_F(ExportTest, WriteFailureDuringAFrameIsReported)
         for (int f = 0; f < 2000; ++f)
             o.frames.push_back(f);
         Session s(o);
-        ExcelExporter exporter(s.host, &s.settings);
         QByteArray report = "initialize failed";
-        if (exporter.initialize(target())) {
-            report = "no failure";
-            for (int frame : s.host.frameNumbers()) {
-                if (!exporter.exportFrame(frame)) {
-                    report = exporter.lastError().toUtf8();
-                    break;
+        {
+            ExcelExporter exporter(s.host, &s.settings);
+            if (exporter.initialize(target())) {
+                report = "no failure";
+                for (int frame : s.host.frameNumbers()) {
+                    if (!exporter.exportFrame(frame)) {
+                        report = exporter.lastError().toUtf8();
+                        break;
+                    }
                 }
             }
         }
@@ -136,6 +138,9 @@ TEST_F(ExportTest, WriteFailureDuringAFrameIsReported)
     EXPECT_TRUE(WIFEXITED(status));
     EXPECT_TRUE(report.startsWith("Exception encountered: ")) << report.toStdString();
     EXPECT_TRUE(report.contains("File too large")) << report.toStdString();
+    // The exporter's end removed every part file.
+    EXPECT_FALSE(QFileInfo::exists(target() + "_fldr"));
+    EXPECT_FALSE(QFileInfo::exists(target()));
 }
 
 TEST_F(ExportTest, WorkbookOpensInLibreOffice)
