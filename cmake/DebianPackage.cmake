@@ -8,14 +8,17 @@ set(TAVI_PACKAGE_MAINTAINER "TAVI Excel Exporter maintainers <maintainers@tavi-e
 set(CPACK_PACKAGE_NAME "tavi-excel-exporter")
 set(CPACK_PACKAGE_VERSION "${PROJECT_VERSION}")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "motion-capture recordings to .xlsx workbooks")
+# Debian shows the long description as is: lines of at most 80 characters.
 set(CPACK_PACKAGE_DESCRIPTION
-    "An export plug-in for the TAVI motion-capture studio that writes a recording into a\n"
-    "spreadsheet workbook with one worksheet per kind of data: segment orientations,\n"
-    "positions, velocities and accelerations, joint and ergonomic angles, centre of mass,\n"
-    "sensor data, finger tracking, external channels and markers.\n"
+    "An export plug-in for the TAVI motion-capture studio that writes a\n"
+    "recording into a spreadsheet workbook with one worksheet per kind of data:\n"
+    "segment orientations, positions, velocities and accelerations, joint and\n"
+    "ergonomic angles, centre of mass, sensor data, finger tracking, external\n"
+    "channels and markers.\n"
     "\n"
-    "tavi-export runs the plug-in without the studio: it exports recording files (JSON,\n"
-    "optionally gzip-compressed), a built-in demo recording, or many recordings at once.")
+    "tavi-export runs the plug-in without the studio: it exports recording files\n"
+    "(JSON, optionally gzip-compressed), a built-in demo recording, or many\n"
+    "recordings at once.")
 string(CONCAT CPACK_PACKAGE_DESCRIPTION ${CPACK_PACKAGE_DESCRIPTION})
 set(CPACK_PACKAGE_CONTACT "${TAVI_PACKAGE_MAINTAINER}")
 set(CPACK_PACKAGING_INSTALL_PREFIX "/usr")

@@ -1,15 +1,20 @@
 #include "commandline.h"
 
+#include "messagetext.h"
+
 #include <QCommandLineOption>
 #include <QCommandLineParser>
 
 namespace {
 
+// More exports at once than this only compete for the same cores and disk.
+constexpr int MostJobs = 64;
+
 const QString ProgramName = QStringLiteral("tavi-export");
 
 QString tooManyArguments(const QStringList& extra)
 {
-    return QStringLiteral("unexpected argument \"%1\"").arg(extra.first());
+    return QStringLiteral("unexpected argument %1").arg(quoted(extra.first()));
 }
 
 } // namespace
@@ -23,12 +28,19 @@ std::variant<CommandLine, QString> parseCommandLine(const QStringList& arguments
     const QCommandLineOption demo(QStringLiteral("demo"));
     const QCommandLineOption synthetic(QStringLiteral("synthetic"), QString(), QStringLiteral("N"));
     const QCommandLineOption options(QStringLiteral("options"));
+    const QCommandLineOption outputDir(QStringLiteral("output-dir"), QString(), QStringLiteral("DIR"));
+    const QCommandLineOption jobs(QStringLiteral("jobs"), QString(), QStringLiteral("N"));
+    const QCommandLineOption noClobber(QStringLiteral("no-clobber"));
+    const QCommandLineOption report(QStringLiteral("report"), QString(), QStringLiteral("FILE"));
+    const QCommandLineOption sheets(QStringLiteral("sheets"), QString(), QStringLiteral("KEYS"));
+    const QCommandLineOption showSettings(QStringLiteral("show-settings"));
     const QCommandLineOption help(QStringList{QStringLiteral("h"), QStringLiteral("help")});
     const QCommandLineOption version(QStringLiteral("version"));
 
     QCommandLineParser parser;
     parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
-    parser.addOptions({plugin, settings, set, quiet, demo, synthetic, options, help, version});
+    parser.addOptions({plugin, settings, set, quiet, demo, synthetic, options, outputDir, jobs, noClobber, report, sheets,
+                       showSettings, help, version});
     if (!parser.parse(arguments))
         return parser.errorText();
 
@@ -43,7 +55,7 @@ std::variant<CommandLine, QString> parseCommandLine(const QStringList& arguments
     }
 
     // Options given twice would silently lose a value; only --set may repeat.
-    for (const QCommandLineOption* single : {&plugin, &settings, &synthetic}) {
+    for (const QCommandLineOption* single : {&plugin, &settings, &synthetic, &outputDir, &jobs, &report, &sheets}) {
         if (parser.values(*single).size() > 1)
             return QStringLiteral("--%1 is given more than once").arg(single->names().first());
     }
@@ -55,20 +67,55 @@ std::variant<CommandLine, QString> parseCommandLine(const QStringList& arguments
         return QStringLiteral("--plugin needs a file name");
     if (parser.isSet(settings) && line.settingsPath.isEmpty())
         return QStringLiteral("--settings needs a file name");
+    line.noClobber = parser.isSet(noClobber);
+    line.reportPath = parser.value(report);
+    if (parser.isSet(report) && line.reportPath.isEmpty())
+        return QStringLiteral("--report needs a file name");
+    if (parser.isSet(sheets)) {
+        line.sheets = parser.value(sheets).split(u',', Qt::SkipEmptyParts);
+        if (line.sheets.isEmpty())
+            return QStringLiteral("--sheets needs at least one sheet key");
+    }
+    if (parser.isSet(jobs)) {
+        bool ok = false;
+        line.jobs = parser.value(jobs).toInt(&ok);
+        if (!ok || line.jobs < 1 || line.jobs > MostJobs)
+            return QStringLiteral("--jobs takes a number from 1 to %1, not %2").arg(MostJobs).arg(quoted(parser.value(jobs)));
+    }
 
-    const int actions = int(parser.isSet(demo)) + int(parser.isSet(synthetic)) + int(parser.isSet(options));
+    const int actions = int(parser.isSet(demo)) + int(parser.isSet(synthetic)) + int(parser.isSet(options))
+        + int(parser.isSet(outputDir)) + int(parser.isSet(showSettings));
     if (actions > 1)
-        return QStringLiteral("--demo, --synthetic and --options exclude one another");
+        return QStringLiteral("--demo, --synthetic, --output-dir, --options and --show-settings exclude one another");
 
     QStringList positional = parser.positionalArguments();
-    if (parser.isSet(options)) {
+    if (parser.isSet(options) || parser.isSet(showSettings)) {
         if (!positional.isEmpty())
             return tooManyArguments(positional);
-        if (!line.settingAssignments.isEmpty())
-            return QStringLiteral("--set applies to an export, not to --options");
-        line.action = CommandLine::Action::ShowOptions;
+        if (parser.isSet(options)) {
+            if (!line.settingAssignments.isEmpty() || !line.sheets.isEmpty())
+                return QStringLiteral("--set and --sheets apply to an export, not to --options");
+            line.action = CommandLine::Action::ShowOptions;
+        } else {
+            line.action = CommandLine::Action::ShowSettings;
+        }
         return line;
     }
+
+    if (parser.isSet(outputDir)) {
+        line.outputDir = parser.value(outputDir);
+        if (line.outputDir.isEmpty())
+            return QStringLiteral("--output-dir needs a folder");
+        if (positional.isEmpty())
+            return QStringLiteral("missing the recording files to export into %1").arg(quoted(line.outputDir));
+        if (positional.contains(QString()))
+            return QStringLiteral("a recording file name is empty");
+        line.recordingPaths = positional;
+        line.action = CommandLine::Action::ExportBatch;
+        return line;
+    }
+    if (line.jobs > 0)
+        return QStringLiteral("--jobs goes with --output-dir");
 
     if (parser.isSet(demo) || parser.isSet(synthetic)) {
         if (positional.isEmpty())
@@ -83,7 +130,7 @@ std::variant<CommandLine, QString> parseCommandLine(const QStringList& arguments
             bool ok = false;
             line.syntheticFrames = count.toInt(&ok);
             if (!ok || line.syntheticFrames < 1)
-                return QStringLiteral("--synthetic takes a number of frames of at least 1, not \"%1\"").arg(count);
+                return QStringLiteral("--synthetic takes a number of frames of at least 1, not %1").arg(quoted(count));
             line.action = CommandLine::Action::ExportSynthetic;
         }
     } else {
@@ -108,40 +155,57 @@ QString helpText(const QString& defaultSettingsPath)
 {
     return QStringLiteral(
         "Usage:\n"
-        "  %1 [OPTIONS] RECORDING OUTPUT.xlsx      export a recording file\n"
-        "  %1 [OPTIONS] --demo OUTPUT.xlsx         export the built-in demo recording\n"
-        "  %1 [OPTIONS] --synthetic N OUTPUT.xlsx  export a generated recording of N frames\n"
-        "  %1 [OPTIONS] --options                  edit the export settings in a dialog\n"
+        "  %1 [OPTIONS] RECORDING OUTPUT.xlsx           export a recording file\n"
+        "  %1 [OPTIONS] --output-dir DIR RECORDING...   export several, DIR/<name>.xlsx each\n"
+        "  %1 [OPTIONS] --demo OUTPUT.xlsx              export the built-in demo recording\n"
+        "  %1 [OPTIONS] --synthetic N OUTPUT.xlsx       export a generated recording of N frames\n"
+        "  %1 [OPTIONS] --show-settings                 print the settings in effect\n"
+        "  %1 [OPTIONS] --options                       edit the export settings in a dialog\n"
         "\n"
-        "Runs the Excel exporter plug-in outside the studio application and writes one\n"
+        "Runs the Excel exporter plug-in outside the studio application and writes each\n"
         "recording into an .xlsx workbook. RECORDING is a recording file (JSON, format\n"
-        "\"tavi-recording\" version 1; a name ending in .gz is read through gzip).\n"
+        "\"tavi-recording\" version 1, optionally gzip-compressed).\n"
         "\n"
         "Options:\n"
-        "  --plugin PATH     the plug-in library to load (default: the one installed or\n"
-        "                    built with this program)\n"
+        "  --output-dir DIR  batch mode: walk.json (or walk.json.gz) goes to DIR/walk.xlsx;\n"
+        "                    two recordings with one name are refused\n"
+        "  --jobs N          with --output-dir: N exports side by side (default: one per\n"
+        "                    core)\n"
+        "  --no-clobber      skip a recording whose workbook exists (resumes a batch)\n"
+        "  --report FILE     write what each export did as JSON (see docs/report.md)\n"
+        "  --sheets KEYS     only these sheets for this run, e.g. --sheets jointAngles,markers\n"
+        "                    (General Information is always written)\n"
+        "  --set KEY=VALUE   change one export setting for this run only; the settings\n"
+        "                    file is not changed. frameSkip takes an integer from 0 to\n"
+        "                    1000000, every other key true or false. Repeatable.\n"
         "  --settings FILE   the INI file that keeps the export settings (default:\n"
         "                    %2);\n"
         "                    the first export creates it with the defaults, for editing\n"
-        "  --set KEY=VALUE   change one export setting for this run only; the settings\n"
-        "                    file is not changed. frameSkip takes an integer, every\n"
-        "                    other key true or false. Repeatable.\n"
-        "  --quiet           no progress display\n"
+        "  --plugin PATH     the plug-in library to load (default: the one installed or\n"
+        "                    built with this program)\n"
+        "  --quiet           no progress display and no summary lines; errors still show\n"
         "  -h, --help        show this help\n"
         "  --version         show the program's version\n"
         "\n"
         "Settings: frameSkip (frames left out after each exported frame, 0 = none) and\n"
         "one switch per worksheet, e.g. markers, segmentPos, jointAngles, externalData.\n"
-        "A --set with an unknown key lists every key the plug-in knows.\n"
+        "--show-settings lists them all with their values and where each comes from.\n"
         "\n"
-        "Exit status:\n"
-        "  0  the workbook was written\n"
-        "  1  the export failed (the reason is printed)\n"
-        "  2  wrong command line, unreadable or rejected recording file, or the plug-in\n"
-        "     could not be loaded; nothing is written\n"
+        "Output: the name must end in .xlsx, its folder must exist and be writable, and it\n"
+        "must not be the recording. An existing workbook is replaced only by a complete new\n"
+        "one. Each written workbook gets one line on standard output: frames, sheets,\n"
+        "rows, continuation sheets, seconds and bytes.\n"
         "\n"
-        "Example:\n"
-        "  %1 --set frameSkip=1 --set externalData=false walk01.json walk01.xlsx\n")
+        "Exit status (for several recordings, the worst of them):\n"
+        "  0  every workbook was written (or skipped with --no-clobber)\n"
+        "  1  an export failed (the reason is printed)\n"
+        "  2  wrong command line, unreadable or rejected recording, refused output, or\n"
+        "     the plug-in could not be loaded; nothing is written for that recording\n"
+        "  128+N  ended by signal N (Ctrl-C: 130); temporary files are removed\n"
+        "\n"
+        "Examples:\n"
+        "  %1 --set frameSkip=1 --set externalData=false walk01.json walk01.xlsx\n"
+        "  %1 --output-dir workbooks --no-clobber --report report.json trials/*.json\n")
         .arg(ProgramName, defaultSettingsPath);
 }
 

@@ -21,7 +21,9 @@ struct CommandLine
         ExportFile,       // RECORDING OUTPUT
         ExportDemo,       // --demo OUTPUT
         ExportSynthetic,  // --synthetic N OUTPUT
+        ExportBatch,      // --output-dir DIR RECORDING...
         ShowOptions,      // --options
+        ShowSettings,     // --show-settings
         ShowHelp,
         ShowVersion,
     };
@@ -29,16 +31,24 @@ struct CommandLine
     Action action = Action::ShowHelp;
     QString recordingPath;
     QString outputPath;
+    QStringList recordingPaths;  // ExportBatch
+    QString outputDir;           // ExportBatch
     int syntheticFrames = 0;
     QString pluginPath;    // empty: look for the plug-in built with the program
     QString settingsPath;  // empty: the user's configuration folder
     // KEY=VALUE texts as given; checked against the plug-in's registered settings later.
     QStringList settingAssignments;
+    // --sheets: the only sheet keys on for this run; empty when not given.
+    QStringList sheets;
     bool quiet = false;
+    int jobs = 0;  // 0: one per core
+    bool noClobber = false;
+    QString reportPath;
 
     bool exports() const
     {
-        return action == Action::ExportFile || action == Action::ExportDemo || action == Action::ExportSynthetic;
+        return action == Action::ExportFile || action == Action::ExportDemo || action == Action::ExportSynthetic
+            || action == Action::ExportBatch;
     }
 };
 

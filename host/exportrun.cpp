@@ -4,188 +4,98 @@
 #include "abstractsettingssynchronizer.h"
 #include "abstracttavistudioplugininterface.h"
 
-#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QLocale>
 
 #include <algorithm>
-#include <cmath>
-#include <csignal>
-#include <cstdio>
-#include <string>
+#include <chrono>
+#include <memory>
 
 #include <unistd.h>
 
-namespace {
-
-// An interrupted export still has to remove its temporary folder, so SIGINT and SIGTERM only
-// raise a flag that the frame loop checks. The handlers reset themselves: a second signal
-// ends the program at once.
-volatile std::sig_atomic_t interruptSignal = 0;
-
-extern "C" void noteInterrupt(int signal)
+void ExportActivity::enter(Phase next)
 {
-    interruptSignal = signal;
+    phaseStartedMs = millisecondsNow();
+    phase = next;
 }
 
-class InterruptGuard
+std::int64_t millisecondsNow()
 {
-public:
-    InterruptGuard()
-    {
-        interruptSignal = 0;
-        struct sigaction action = {};
-        action.sa_handler = noteInterrupt;
-        action.sa_flags = SA_RESETHAND;
-        sigemptyset(&action.sa_mask);
-        sigaction(SIGINT, &action, &m_previousInt);
-        sigaction(SIGTERM, &action, &m_previousTerm);
-    }
-    ~InterruptGuard()
-    {
-        sigaction(SIGINT, &m_previousInt, nullptr);
-        sigaction(SIGTERM, &m_previousTerm, nullptr);
-    }
-    InterruptGuard(const InterruptGuard&) = delete;
-    InterruptGuard& operator=(const InterruptGuard&) = delete;
-
-    bool interrupted() const { return interruptSignal != 0; }
-
-private:
-    struct sigaction m_previousInt = {};
-    struct sigaction m_previousTerm = {};
-};
-
-QString formatDuration(double seconds)
-{
-    const auto total = static_cast<long long>(std::ceil(seconds));
-    const long long hours = total / 3600;
-    const long long minutes = total / 60 % 60;
-    const long long rest = total % 60;
-    if (hours > 0)
-        return QString::asprintf("%lld:%02lld:%02lld", hours, minutes, rest);
-    return QString::asprintf("%lld:%02lld", minutes, rest);
+    return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now().time_since_epoch())
+        .count();
 }
 
-// One status line on standard error, rewritten in place and cleared when the export ends.
-class ProgressDisplay
+QString temporaryFolderOf(const QString& outputPath)
 {
-public:
-    explicit ProgressDisplay(bool enabled) : m_enabled(enabled) {}
-    ~ProgressDisplay() { clear(); }
-    ProgressDisplay(const ProgressDisplay&) = delete;
-    ProgressDisplay& operator=(const ProgressDisplay&) = delete;
-
-    void showPhase(const QString& text)
-    {
-        if (m_enabled)
-            show(text);
-    }
-
-    void startFrames(std::int64_t total)
-    {
-        m_total = total;
-        m_clock.start();
-        m_lastShown = -UpdateIntervalMs;
-    }
-
-    // Cheap enough for every frame: the line is redrawn at most ten times a second.
-    void framesDone(std::int64_t done)
-    {
-        if (!m_enabled)
-            return;
-        const qint64 now = m_clock.elapsed();
-        if (now - m_lastShown < UpdateIntervalMs && done != m_total)
-            return;
-        m_lastShown = now;
-
-        QString line = QStringLiteral("%1/%2 frames").arg(done).arg(m_total);
-        const double seconds = static_cast<double>(now) / 1000.0;
-        if (done > 0 && seconds > 0.2) {
-            const double rate = static_cast<double>(done) / seconds;
-            line += QStringLiteral("  %1 frames/s  %2 left")
-                        .arg(QString::number(rate, 'f', 0),
-                             formatDuration(static_cast<double>(m_total - done) / rate));
-        }
-        show(line);
-    }
-
-    void clear()
-    {
-        if (m_enabled && m_shown) {
-            std::fputs("\r\033[K", stderr);
-            std::fflush(stderr);
-            m_shown = false;
-        }
-    }
-
-private:
-    static constexpr qint64 UpdateIntervalMs = 100;
-
-    void show(const QString& text)
-    {
-        const std::string line = "\r\033[K" + text.toLocal8Bit().toStdString();
-        std::fputs(line.c_str(), stderr);
-        std::fflush(stderr);
-        m_shown = true;
-    }
-
-    bool m_enabled;
-    bool m_shown = false;
-    std::int64_t m_total = 0;
-    QElapsedTimer m_clock;
-    qint64 m_lastShown = 0;
-};
-
-} // namespace
+    return QFileInfo(outputPath).absoluteFilePath() + QStringLiteral("_fldr");
+}
 
 bool standardErrorIsTerminal()
 {
     return ::isatty(STDERR_FILENO) == 1;
 }
 
-ExportOutcome runExport(const ExportJob& job)
+ExportOutcome runExport(const ExportJob& job, ExportActivity& activity)
 {
-    InterruptGuard interrupt;
-    ProgressDisplay progress(job.showProgress);
+    using Status = ExportOutcome::Status;
     const QString interruptedMessage = QStringLiteral("the export was interrupted");
 
     const std::unique_ptr<AbstractExporter> exporter = job.factory->doCreate(*job.host);
     if (!exporter)
-        return {1, QStringLiteral("the plug-in created no exporter")};
+        return {Status::Failed, QStringLiteral("the plug-in created no exporter")};
 
-    progress.showPhase(QStringLiteral("preparing %1").arg(job.outputPath));
-    if (!exporter->initialize(job.outputPath)) {
-        const QString error = exporter->lastError();
-        return {1, error.isEmpty() ? QStringLiteral("the export could not be started") : error};
-    }
-
-    progress.startFrames(job.frameCalls);
-    for (std::int64_t call = 0; call < job.frameCalls; ++call) {
-        if (interrupt.interrupted()) {
-            exporter->finalize(true);
-            return {1, interruptedMessage};
-        }
-        if (!exporter->exportFrame(job.frameAt(call))) {
-            const QString error = exporter->lastError();
-            // Removes the temporary folder; the workbook is not written.
-            exporter->finalize(true);
-            return {1, error};
-        }
-        progress.framesDone(call + 1);
-    }
-    if (interrupt.interrupted()) {
+    // Ends an export whose temporary folder is ours: finalize(true) removes it.
+    const auto abandon = [&](ExportOutcome outcome) {
         exporter->finalize(true);
-        return {1, interruptedMessage};
+        activity.ownsTemporaryFolder = false;
+        return outcome;
+    };
+
+    activity.framesTotal = job.frameCalls;
+    {
+        const std::lock_guard lock(activity.initializing);
+        if (job.stopRequested())
+            return {Status::Interrupted, interruptedMessage};
+        activity.enter(ExportActivity::Phase::Starting);
+        activity.temporaryFolder = temporaryFolderOf(job.outputPath);
+        if (!exporter->initialize(job.outputPath)) {
+            const QString error = exporter->lastError();
+            return {Status::Failed, error.isEmpty() ? QStringLiteral("the export could not be started") : error};
+        }
+        activity.ownsTemporaryFolder = true;
     }
 
-    progress.showPhase(QStringLiteral("writing %1").arg(job.outputPath));
+    activity.enter(ExportActivity::Phase::Frames);
+    for (std::int64_t call = 0; call < job.frameCalls; ++call) {
+        if (job.stopRequested())
+            return abandon({Status::Interrupted, interruptedMessage});
+        if (!exporter->exportFrame(job.frameAt(call)))
+            return abandon({Status::Failed, exporter->lastError()});
+        activity.framesDone.store(call + 1, std::memory_order_relaxed);
+    }
+
+    // The watcher ends the program at once for a signal during packaging; it checks the phase
+    // after raising the stop request, so one of the two always sees the other.
+    activity.enter(ExportActivity::Phase::Packaging);
+    if (job.stopRequested())
+        return abandon({Status::Interrupted, interruptedMessage});
     // finalize answers false on every path; only lastError tells a failure.
     exporter->finalize(false);
+    activity.ownsTemporaryFolder = false;
     const QString error = exporter->lastError();
     if (!error.isEmpty())
-        return {1, error};
-    return {0, QString()};
+        return {Status::Failed, error};
+    return {Status::Written, QString()};
+}
+
+std::int64_t effectiveFrameSkip(const AbstractSettingsSynchronizer& settings)
+{
+    return std::max(0, settings.value(QStringLiteral("frameSkip")).toInt());
+}
+
+std::int64_t exportedFrameCount(std::int64_t frameCalls, std::int64_t frameSkip)
+{
+    return (frameCalls + frameSkip) / (frameSkip + 1);
 }
 
 QStringList rowLimitWarnings(const AbstractTaviStudioPluginInterface& host, const QMap<QString, QVariant>& registered,
@@ -194,8 +104,8 @@ QStringList rowLimitWarnings(const AbstractTaviStudioPluginInterface& host, cons
     // Sheets that are not one row per exported frame.
     static const QStringList notPerFrame = {QStringLiteral("frameSkip"), QStringLiteral("generalInfo"),
                                             QStringLiteral("markers"), QStringLiteral("externalData")};
-    const std::int64_t frameSkip = std::max(0, settings.value(QStringLiteral("frameSkip")).toInt());
-    const std::int64_t exportedFrames = (frameCalls + frameSkip) / (frameSkip + 1);
+    const std::int64_t frameSkip = effectiveFrameSkip(settings);
+    const std::int64_t exportedFrames = exportedFrameCount(frameCalls, frameSkip);
     const QLocale english(QLocale::English);
     QStringList warnings;
 

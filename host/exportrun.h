@@ -1,20 +1,53 @@
 #pragma once
 
 // Drives one export the way the studio application does: create an exporter, initialize it
-// with the target file, call exportFrame for every frame in order, finalize. Shows progress
-// on a terminal and reports the outcome as the program's exit status.
+// with the target file, call exportFrame for every frame in order, finalize. Publishes where
+// it stands in an ExportActivity, for the progress display and the interrupt watcher.
 
 #include <QMap>
 #include <QString>
 #include <QStringList>
 #include <QVariant>
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
+#include <mutex>
 
 class AbstractExporterFactory;
 class AbstractSettingsSynchronizer;
 class AbstractTaviStudioPluginInterface;
+
+// Where one export stands. Written by the thread that runs it; read by the progress display
+// and by the interrupt watcher, which removes what belongs to the export when the program
+// has to end at once.
+struct ExportActivity
+{
+    enum class Phase { Waiting, Reading, Starting, Frames, Packaging, Done };
+
+    std::atomic<Phase> phase{Phase::Waiting};
+    std::atomic<std::int64_t> framesDone{0};
+    std::atomic<std::int64_t> framesTotal{0};
+    std::atomic<std::int64_t> phaseStartedMs{0};  // on millisecondsNow()'s clock
+    QString name;  // the output's file name, for the progress display; set before the export runs
+
+    // Held while the plug-in's initialize runs: the watcher takes it, so it sees the
+    // temporary folder either not made by this export or owned by it, never half made.
+    std::mutex initializing;
+    // The export's temporary folder (absolute), set before ownsTemporaryFolder turns true;
+    // true from a successful initialize until finalize has returned.
+    QString temporaryFolder;
+    std::atomic<bool> ownsTemporaryFolder{false};
+
+    void enter(Phase next);
+};
+
+// A steady clock for phase times.
+std::int64_t millisecondsNow();
+
+// The folder in which the plug-in keeps an export's temporary files: the target's absolute
+// name followed by "_fldr".
+QString temporaryFolderOf(const QString& outputPath);
 
 struct ExportJob
 {
@@ -24,23 +57,29 @@ struct ExportJob
     // The number of exportFrame calls and the frame number of call i, in export order.
     std::int64_t frameCalls = 0;
     std::function<int(std::int64_t)> frameAt;
-    // Frames done, rate and time left on standard error while the export runs.
-    bool showProgress = false;
+    // Answers true once the export is to stop (an interrupt); checked between frames.
+    std::function<bool()> stopRequested;
 };
 
 struct ExportOutcome
 {
-    int exitStatus = 0;
+    enum class Status { Written, Failed, Interrupted };
+    Status status = Status::Written;
     QString error;  // the reason of a failure, as the plug-in gave it
 };
 
-ExportOutcome runExport(const ExportJob& job);
+ExportOutcome runExport(const ExportJob& job, ExportActivity& activity);
 
 // Whether standard error is a terminal, where a progress display belongs.
 bool standardErrorIsTerminal();
 
 // The most rows a worksheet can have in spreadsheet applications; they stop reading there.
 inline constexpr std::int64_t SpreadsheetRowLimit = 1048576;
+
+// The frame skip the exporter applies for these settings (a negative one counts as 0) and the
+// number of frames it exports of `frameCalls`.
+std::int64_t effectiveFrameSkip(const AbstractSettingsSynchronizer& settings);
+std::int64_t exportedFrameCount(std::int64_t frameCalls, std::int64_t frameSkip);
 
 // Warnings for worksheets that the export would fill beyond SpreadsheetRowLimit, estimated
 // from the settings in force, the number of frames and the recording's external channels.

@@ -1,27 +1,34 @@
 // tavi-export: runs the Excel exporter plug-in outside the studio application. Loads the
-// plug-in, serves it a recording (a file, the demo or a generated one) through the host
-// interface and drives an export, or shows the plug-in's options page.
+// plug-in, serves it recordings (files, the demo or a generated one) through the host
+// interface and drives their exports, or shows the plug-in's settings or options page.
 
 #include "abstractplugin.h"
+#include "batch.h"
 #include "commandline.h"
-#include "demorecording.h"
 #include "dialogapplication.h"
+#include "exportrequest.h"
 #include "exportrun.h"
+#include "interruptwatcher.h"
+#include "messagetext.h"
 #include "optionsdialog.h"
+#include "outputcheck.h"
 #include "pluginlocator.h"
 #include "recordinghost.h"
-#include "recordingreader.h"
+#include "report.h"
 #include "settingsstore.h"
-#include "syntheticrecording.h"
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
+#include <QDir>
 #include <QFileInfo>
+#include <QHash>
 #include <QLocale>
 #include <QStandardPaths>
+#include <QThread>
 
+#include <algorithm>
 #include <cstdio>
 #include <memory>
+#include <variant>
 #include <vector>
 
 namespace {
@@ -56,44 +63,105 @@ bool wantsOptionsDialog(int argc, char** argv)
     return false;
 }
 
-struct PreparedHost
+// The exports the command line asks for, their outputs checked; a message on a refusal.
+std::variant<std::vector<ExportRequest>, QString> exportRequests(const CommandLine& line)
 {
-    std::unique_ptr<RecordingHost> host;
-    std::int64_t frameCalls = 0;
-    std::function<int(std::int64_t)> frameAt;
-};
+    std::vector<ExportRequest> requests;
+    if (line.action != CommandLine::Action::ExportBatch) {
+        ExportRequest request;
+        request.source = line.action == CommandLine::Action::ExportDemo ? ExportRequest::Source::Demo
+            : line.action == CommandLine::Action::ExportSynthetic       ? ExportRequest::Source::Synthetic
+                                                                        : ExportRequest::Source::File;
+        request.recordingPath = line.recordingPath;
+        request.syntheticFrames = line.syntheticFrames;
+        request.outputPath = line.outputPath;
+        requests.push_back(request);
+        return requests;
+    }
 
-// The recording the command line asks for, served by a host whose settings stores come from
-// `settingsFactory`. Answers an empty host when the recording file is rejected.
-PreparedHost prepareHost(const CommandLine& line, RecordingHost::SettingsFactory settingsFactory, QString& error)
-{
-    PreparedHost prepared;
-    switch (line.action) {
-    case CommandLine::Action::ExportSynthetic:
-        prepared.host = std::make_unique<SyntheticRecordingHost>(line.syntheticFrames, std::move(settingsFactory));
-        prepared.frameCalls = line.syntheticFrames;
-        prepared.frameAt = [](std::int64_t call) { return static_cast<int>(call); };
-        return prepared;
-    case CommandLine::Action::ExportFile: {
-        RecordingReadResult read = readRecordingFile(line.recordingPath);
-        if (!read.ok()) {
-            error = read.error;
-            return prepared;
+    const QFileInfo folder(line.outputDir);
+    if (!folder.isDir())
+        return QStringLiteral("the output folder %1 does not exist; create it first").arg(quoted(line.outputDir));
+    QHash<QString, QString> recordingOf;
+    for (const QString& recording : line.recordingPaths) {
+        ExportRequest request;
+        request.recordingPath = recording;
+        request.outputPath = QDir(line.outputDir).filePath(workbookNameFor(recording));
+        const auto taken = recordingOf.constFind(request.outputPath);
+        if (taken != recordingOf.cend()) {
+            return QStringLiteral("%1 and %2 would both be written to %3; rename one or export them separately")
+                .arg(quoted(*taken), quoted(recording), quoted(request.outputPath));
         }
-        prepared.host = std::make_unique<RecordingHost>(std::move(*read.recording), std::move(settingsFactory));
-        break;
+        recordingOf.insert(request.outputPath, recording);
+        requests.push_back(request);
     }
-    case CommandLine::Action::ExportDemo:
-        prepared.host = std::make_unique<RecordingHost>(makeDemoRecording(), std::move(settingsFactory));
-        break;
-    default:
-        prepared.host = std::make_unique<RecordingHost>(Recording(), std::move(settingsFactory));
-        break;
+    return requests;
+}
+
+// The settings for this run: --sheets turns every sheet off but the ones named, then --set
+// gives single values. Answers a message for a key or value the plug-in does not know.
+std::variant<std::vector<SettingOverride>, QString> runOverrides(const CommandLine& line,
+                                                                 const QMap<QString, QVariant>& registered)
+{
+    std::vector<SettingOverride> overrides;
+    if (!line.sheets.isEmpty()) {
+        QStringList sheetKeys;
+        for (auto key = registered.cbegin(); key != registered.cend(); ++key) {
+            if (key->typeId() == QMetaType::Bool)
+                sheetKeys << key.key();
+        }
+        for (const QString& sheet : line.sheets) {
+            if (!sheetKeys.contains(sheet)) {
+                return QStringLiteral("--sheets: unknown sheet %1; the sheets are: %2")
+                    .arg(quoted(sheet), sheetKeys.join(QStringLiteral(", ")));
+            }
+        }
+        for (const QString& key : sheetKeys)
+            overrides.push_back({key, QVariant(line.sheets.contains(key))});
     }
-    const RecordingHost* host = prepared.host.get();
-    prepared.frameCalls = static_cast<std::int64_t>(host->frameNumbers().size());
-    prepared.frameAt = [host](std::int64_t call) { return host->frameNumbers()[static_cast<std::size_t>(call)]; };
-    return prepared;
+    for (const QString& assignment : line.settingAssignments) {
+        const auto parsed = parseSettingOverride(assignment, registered);
+        if (const QString* error = std::get_if<QString>(&parsed))
+            return QStringLiteral("--set: %1").arg(*error);
+        overrides.push_back(std::get<SettingOverride>(parsed));
+    }
+    return overrides;
+}
+
+void printSettings(const IniSettingsSynchronizer& settings)
+{
+    const bool fileExists = QFileInfo::exists(settings.fileName());
+    std::printf("settings file: %s%s\n", qPrintable(settings.fileName()),
+                fileExists ? "" : " (not written yet: the defaults apply)");
+    const QMap<QString, QVariant>& defaults = settings.defaults();
+    for (auto setting = defaults.cbegin(); setting != defaults.cend(); ++setting) {
+        const QString value = settings.value(setting.key()).toString();
+        QString source;
+        switch (settings.sourceOf(setting.key())) {
+        case IniSettingsSynchronizer::Source::Default:
+            source = QStringLiteral("default");
+            break;
+        case IniSettingsSynchronizer::Source::File:
+            source = QStringLiteral("settings file; default %1").arg(setting->toString());
+            break;
+        case IniSettingsSynchronizer::Source::Override:
+            source = QStringLiteral("this command line; default %1").arg(setting->toString());
+            break;
+        }
+        const QString entry = setting.key() + u'=' + value;
+        std::printf("%-26s (%s)\n", qPrintable(entry), qPrintable(source));
+    }
+}
+
+// The report's folder must take the file before any export starts.
+QString checkReportPath(const QString& path)
+{
+    const QFileInfo report(path);
+    if (report.isDir())
+        return QStringLiteral("the report %1 is a folder; give a file name").arg(quoted(path));
+    if (!QFileInfo(report.absolutePath()).isDir())
+        return QStringLiteral("the folder of the report %1 does not exist; create it first").arg(quoted(path));
+    return QString();
 }
 
 int run(const CommandLine& line)
@@ -101,6 +169,32 @@ int run(const CommandLine& line)
     const QString settingsPath = line.settingsPath.isEmpty() ? defaultSettingsPath() : line.settingsPath;
     if (settingsPath.isEmpty())
         return usageError(QStringLiteral("no configuration folder for the settings file; give one with --settings"));
+
+    std::vector<ExportRequest> requests;
+    if (line.exports()) {
+        auto listed = exportRequests(line);
+        if (const QString* error = std::get_if<QString>(&listed))
+            return usageError(*error);
+        requests = std::move(std::get<std::vector<ExportRequest>>(listed));
+        if (!line.reportPath.isEmpty()) {
+            if (const QString error = checkReportPath(line.reportPath); !error.isEmpty())
+                return usageError(error);
+        }
+    }
+    // A single export is checked and its recording read before anything is loaded or written.
+    if (line.exports() && line.action != CommandLine::Action::ExportBatch) {
+        ExportRequest& request = requests.front();
+        if (const QString error = checkOutput(request.outputPath, request.recordingPath); !error.isEmpty()) {
+            printError(error);
+            return ExitUsageError;
+        }
+        QString recordingError;
+        request.prepared = prepareRecording(request, recordingError);
+        if (!request.prepared) {
+            printError(recordingError);
+            return ExitUsageError;
+        }
+    }
 
     // The store the plug-in registers its settings with; the plug-in's factory owns it.
     IniSettingsSynchronizer* settings = nullptr;
@@ -110,13 +204,8 @@ int run(const CommandLine& line)
         settings = store.get();
         return std::unique_ptr<AbstractSettingsSynchronizer>(std::move(store));
     };
-
-    QString recordingError;
-    PreparedHost prepared = prepareHost(line, settingsFactory, recordingError);
-    if (!prepared.host) {
-        printError(recordingError);
-        return ExitUsageError;
-    }
+    // The plug-in registers its settings through this host; each export gets a host of its own.
+    RecordingHost registrationHost(Recording(), settingsFactory);
 
     QString pluginPath = line.pluginPath;
     if (pluginPath.isEmpty()) {
@@ -137,18 +226,16 @@ int run(const CommandLine& line)
     AbstractExporterFactory& factory = plugin->factory();
 
     // Registers the settings; only now are their keys and types known.
-    factory.initializePlugin(*prepared.host);
+    factory.initializePlugin(registrationHost);
     if (!settings) {
         printError(QStringLiteral("the plug-in %1 registered no settings").arg(pluginPath));
         return ExitUsageError;
     }
-    std::vector<SettingOverride> overrides;
-    for (const QString& assignment : line.settingAssignments) {
-        const auto parsed = parseSettingOverride(assignment, settings->defaults());
-        if (const QString* error = std::get_if<QString>(&parsed))
-            return usageError(QStringLiteral("--set: %1").arg(*error));
-        overrides.push_back(std::get<SettingOverride>(parsed));
-    }
+    const auto overrides = runOverrides(line, settings->defaults());
+    if (const QString* error = std::get_if<QString>(&overrides))
+        return usageError(*error);
+    for (const QString& problem : settings->malformedValues())
+        printError(QStringLiteral("warning: %1").arg(problem));
 
     // The first export leaves the registered defaults in the settings file, where the user
     // finds every key to edit. Overrides come after: writing a key drops its override.
@@ -159,42 +246,48 @@ int run(const CommandLine& line)
         if (settings->status() != QSettings::NoError)
             printError(QStringLiteral("warning: could not write the settings file %1").arg(settingsPath));
     }
-    for (const SettingOverride& setting : overrides)
+    for (const SettingOverride& setting : std::get<std::vector<SettingOverride>>(overrides))
         settings->setOverride(setting);
 
     if (line.action == CommandLine::Action::ShowOptions) {
         const auto qtTranslations = installQtTranslations(QLocale::system());
         return runOptionsDialog(factory, *settings);
     }
-
-    for (const QString& warning : rowLimitWarnings(*prepared.host, settings->defaults(), *settings, prepared.frameCalls))
-        std::fprintf(stderr, "tavi-export: %s\n", qPrintable(warning));
-
-    ExportJob job;
-    job.factory = &factory;
-    job.host = prepared.host.get();
-    job.outputPath = line.outputPath;
-    job.frameCalls = prepared.frameCalls;
-    job.frameAt = prepared.frameAt;
-    job.showProgress = !line.quiet && standardErrorIsTerminal();
-    QElapsedTimer clock;
-    clock.start();
-    const ExportOutcome outcome = runExport(job);
-    if (outcome.exitStatus != ExitSuccess) {
-        printError(outcome.error);
-        return outcome.exitStatus;
+    if (line.action == CommandLine::Action::ShowSettings) {
+        printSettings(*settings);
+        return ExitSuccess;
     }
-    if (job.showProgress) {
-        std::fprintf(stderr, "tavi-export: wrote %s: %lld frames in %.1f s\n", qPrintable(line.outputPath),
-                     static_cast<long long>(job.frameCalls), static_cast<double>(clock.elapsed()) / 1000.0);
+
+    BatchOptions options;
+    options.jobs = line.jobs > 0 ? line.jobs : std::max(1, QThread::idealThreadCount());
+    options.noClobber = line.noClobber;
+    options.summaries = !line.quiet;
+    options.showProgress = !line.quiet && standardErrorIsTerminal();
+    options.nameInErrors = line.action == CommandLine::Action::ExportBatch;
+    const std::vector<ExportResult> results = runExports(factory, {settings, settings->defaults()}, requests, options);
+
+    int status = exitStatusOf(results);
+    const int signal = interrupts::stopSignal();
+    if (signal != 0) {
+        printError(QString::fromLatin1(interrupts::interruptedMessage()));
+        status = interrupts::exitStatusFor(signal);
     }
-    return ExitSuccess;
+    if (!line.reportPath.isEmpty()) {
+        if (const QString error = writeReport(line.reportPath, requests, results, status); !error.isEmpty()) {
+            printError(QStringLiteral("could not write the report %1: %2").arg(quoted(line.reportPath), error));
+            status = std::max<int>(status, ExitExportFailed);
+        }
+    }
+    return status;
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
+    // Before any thread starts, so that only the watcher takes these signals.
+    blockInterruptSignals();
+    interrupts::startWatcher();
     const std::unique_ptr<QCoreApplication> application = wantsOptionsDialog(argc, argv)
         ? createDialogApplication(argc, argv)
         : std::make_unique<QCoreApplication>(argc, argv);

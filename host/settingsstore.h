@@ -7,6 +7,7 @@
 #include "abstractsettingssynchronizer.h"
 
 #include <QMap>
+#include <QMutex>
 #include <QSettings>
 #include <QString>
 #include <QStringList>
@@ -44,16 +45,22 @@ struct SettingOverride
     QVariant value;  // of the type of the key's registered default
 };
 
+// The range of integer settings (the frame skip): beyond it no recording has frames to skip.
+inline constexpr int MostIntegerSetting = 1000000;
+
 // Parses "KEY=VALUE" against the registered defaults. The key must be registered; the value
-// must suit the default's type: an integer for an int default, "true" or "false" for a bool
-// default; settings of other types cannot be given. Answers the override or an error message.
+// must suit the default's type: an integer from 0 to MostIntegerSetting for an int default,
+// "true" or "false" for a bool default; settings of other types cannot be given. Answers the
+// override or an error message.
 std::variant<SettingOverride, QString> parseSettingOverride(const QString& text,
                                                             const QMap<QString, QVariant>& defaults);
 
-// Keeps the values in an INI file. Every setValue is written to the file at once. INI files
-// hold text, so a value read back is converted to the type of the key's registered default
-// ("3" becomes the int 3 for an int default, "true" the bool true for a bool default).
-// Overrides answer for this run only and never reach the file.
+// Keeps the values in an INI file. The file is read once, when the store is made, so that
+// exporters running side by side all see the same settings; every setValue is written to the
+// file at once. INI files hold text, so a value is converted to the type of the key's
+// registered default ("3" becomes the int 3, "true" the bool true); a text that does not
+// convert is noted in malformedValues() and the default answers instead. Overrides answer for
+// this run only and never reach the file. Safe to use from several threads.
 class IniSettingsSynchronizer : public AbstractSettingsSynchronizer
 {
 public:
@@ -67,6 +74,13 @@ public:
 
     void setOverride(const SettingOverride& setting);
 
+    // Where the value answered for `key` comes from.
+    enum class Source { Default, File, Override };
+    Source sourceOf(const QString& key) const;
+    // One message per registered key whose text in the file could not be used: the file, the
+    // key, the text and the default used instead.
+    QStringList malformedValues() const;
+
     QString fileName() const { return m_settings.fileName(); }
     // The outcome of the last write (QSettings::NoError when the file could be written).
     QSettings::Status status() const { return m_settings.status(); }
@@ -74,8 +88,11 @@ public:
     const QMap<QString, QString>& descriptions() const { return m_descriptions; }
 
 private:
+    mutable QMutex m_mutex;
     QSettings m_settings;
     QMap<QString, QVariant> m_defaults;
     QMap<QString, QString> m_descriptions;
+    QMap<QString, QVariant> m_stored;  // the file's usable values of registered keys
+    QStringList m_malformed;
     QMap<QString, QVariant> m_overrides;
 };

@@ -8,6 +8,8 @@
 #include <QRegularExpression>
 #include <QThread>
 
+#include <csignal>
+
 namespace {
 
 const QByteArray ValidRecording = R"({"format": "tavi-recording", "version": 1, "frameRate": 60,
@@ -78,8 +80,16 @@ TEST(CliFailures, WrongCommandLinesPointToHelp)
     // Each with the start of its message, where it matters here.
     const QList<QPair<QStringList, QString>> wrong = {
         {{"--set", "colour=true", "rec.json", "out.xlsx"}, R"(--set: unknown setting "colour")"},
-        {{"--set", "frameSkip=1.5", "--demo", "out.xlsx"}, R"(--set: setting frameSkip takes an integer, not "1.5")"},
-        {{"--set", "frameSkip=", "--demo", "out.xlsx"}, R"(--set: setting frameSkip takes an integer, not "")"},
+        {{"--set", "frameSkip=1.5", "--demo", "out.xlsx"}, R"(--set: setting frameSkip takes an integer from 0 to 1000000, not "1.5")"},
+        {{"--set", "frameSkip=", "--demo", "out.xlsx"}, R"(--set: setting frameSkip takes an integer from 0 to 1000000, not "")"},
+        {{"--set", "frameSkip=2147483647", "--demo", "out.xlsx"}, R"(--set: setting frameSkip takes an integer from 0 to 1000000, not "2147483647")"},
+        {{"--set", "frameSkip=-1", "--demo", "out.xlsx"}, R"(--set: setting frameSkip takes an integer from 0 to 1000000, not "-1")"},
+        {{"--sheets", "jointAngles,frameSkip", "--demo", "out.xlsx"}, R"(--sheets: unknown sheet "frameSkip"; the sheets are: centerOfMass,)"},
+        {{"--jobs", "2", "--demo", "out.xlsx"}, "--jobs goes with --output-dir"},
+        {{"--output-dir", "missing", "rec.json"}, R"(the output folder "missing" does not exist; create it first)"},
+        {{"--output-dir", ".", "rec.json", "sub/rec.json.gz"}, R"("rec.json" and "sub/rec.json.gz" would both be written to "./rec.xlsx")"},
+        {{"--output-dir", "."}, ""}, {{"--output-dir", ".", "--jobs", "0", "rec.json"}, "--jobs takes a number from 1"},
+        {{"--report", "missing/r.json", "--demo", "out.xlsx"}, "the folder of the report"},
         {{"--set", "segmentPos=1", "--demo", "out.xlsx"}, R"(--set: setting segmentPos takes true or false, not "1")"},
         {{"--set", "frameSkip", "--demo", "out.xlsx"}, R"(--set: "frameSkip" is not of the form KEY=VALUE)"},
         // A valid override does not excuse a bad one after it.
@@ -97,27 +107,57 @@ TEST(CliFailures, WrongCommandLinesPointToHelp)
     }
 }
 
-TEST(CliFailures, FailedExportsReportThePluginsMessage)
+TEST(CliFailures, OutputsRefusedBeforeAnyExport)
 {
     CliWorkspace space;
     space.writeFile("rec.json", ValidRecording);
-    // The temporary folder cannot be made under a file: initialize fails.
+    ASSERT_TRUE(QDir(space.path(".")).mkpath("sub/folder.xlsx"));
+    ASSERT_TRUE(QFile::link(space.path("rec.json"), space.path("link.xlsx")));
     space.writeFile("file", "");
-    CliResult result = space.run({"rec.json", "file/out.xlsx"});
-    EXPECT_EQ(result.exitCode, 1);
-    EXPECT_TRUE(result.err.contains("Could not create temporary file")) << result.err.toStdString();
+    const QList<QPair<QStringList, QString>> cases = {
+        {{"rec.json", "rec.json"}, R"(the output "rec.json" is the recording itself)"},
+        {{"rec.json", "link.xlsx"}, R"(the output "link.xlsx" is the recording itself)"},
+        {{"./sub/../rec.json", "rec.json"}, R"(the output "rec.json" is the recording itself)"},
+        {{"rec.json", "out.csv"}, R"(the output "out.csv" does not end in .xlsx; give a workbook name such as out.xlsx)"},
+        {{"rec.json", "-"}, "cannot write a workbook to standard output"},
+        {{"--demo", "sub/folder.xlsx"}, R"(the output "sub/folder.xlsx" is a folder)"},
+        {{"--demo", "missing/out.xlsx"}, "/missing\" of the output does not exist; create it first"},
+        {{"--demo", "file/out.xlsx"}, "/file\" in the output's path is not a folder"},
+        // A name is quoted short, with control characters escaped and % left alone.
+        {{"--demo", "50%1\x1b[2J" + QString(300, u'n') + ".csv"}, R"("50%1\x1b[2J)" + QString(92, u'n') + R"(...")"},
+    };
+    const QByteArray recording = space.readFile("rec.json");
+    for (const auto& [arguments, message] : cases) {
+        const QString error = refused(space, arguments);
+        EXPECT_TRUE(error.startsWith("tavi-export: ") && error.contains(message)) << error.toStdString();
+        EXPECT_EQ(error.count(u'\n'), 1) << error.toStdString();
+    }
+    EXPECT_EQ(space.readFile("rec.json"), recording);
+    EXPECT_TRUE(QDir(space.path("sub/folder.xlsx")).isEmpty());
+    EXPECT_FALSE(space.exists("out.csv"));
+    // Any case of the extension is a workbook name.
+    EXPECT_TRUE(space.exportAndRead({"rec.json", "OUT.XLSX"}));
+}
 
-    // A folder in the place of the workbook: the frames are written, packing fails. The
-    // plug-in's message comes translated for the user's language.
-    ASSERT_TRUE(QDir(space.path(".")).mkdir("taken.xlsx"));
-    for (const auto& [locale, message] : {std::pair{"C.UTF-8", "Exception encountered: Could not create final xlsx file"},
-                                          std::pair{"de_DE.UTF-8", "Ausnahme aufgetreten: Could not create final xlsx file"}}) {
-        result = space.run({"rec.json", "taken.xlsx"}, locale);
-        EXPECT_EQ(result.exitCode, 1);
-        EXPECT_TRUE(result.err.contains(message)) << result.err.toStdString();
+TEST(CliFailures, FailedExportsReportThePluginsMessage)
+{
+    // A file-size limit makes the writes fail: an ordinary failure with the plug-in's message
+    // in the user's language, not a death by signal.
+    CliWorkspace space;
+    space.writeFile("before.xlsx", "an earlier file");
+    for (const auto& [locale, message] : {std::pair{"C.UTF-8", "Exception encountered: File too large"},
+                                          std::pair{"de_DE.UTF-8", "Ausnahme aufgetreten: "}}) {
+        QProcess process;
+        space.start(process, {"-c", QStringLiteral("ulimit -f 100; exec '%1' --demo before.xlsx").arg(cliProgram())},
+                    locale, QStringLiteral("/bin/sh"));
+        ASSERT_TRUE(process.waitForFinished(60000));
+        const QString error = QString::fromLocal8Bit(process.readAllStandardError());
+        EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
+        EXPECT_EQ(process.exitCode(), 1);
+        EXPECT_TRUE(error.startsWith(QStringLiteral("tavi-export: ") + message)) << error.toStdString();
+        EXPECT_EQ(space.readFile("before.xlsx"), "an earlier file");
     }
     EXPECT_TRUE(space.temporaryFolders().isEmpty()) << space.temporaryFolders().join(u' ').toStdString();
-    EXPECT_TRUE(QDir(space.path("taken.xlsx")).isEmpty());
 }
 
 TEST(CliFailures, InterruptedExportRemovesItsTemporaryFolder)
@@ -135,8 +175,9 @@ TEST(CliFailures, InterruptedExportRemovesItsTemporaryFolder)
 
     const QString error = QString::fromLocal8Bit(process.readAllStandardError());
     EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
-    EXPECT_EQ(process.exitCode(), 1);
-    EXPECT_TRUE(error.contains("interrupted")) << error.toStdString();
+    EXPECT_EQ(process.exitCode(), 128 + SIGTERM);
+    EXPECT_TRUE(error.endsWith("tavi-export: interrupted; unfinished exports were abandoned and their temporary files "
+                               "removed\n")) << error.toStdString();
     EXPECT_TRUE(error.contains("External Data worksheet gets 1,100,001 rows")) << error.toStdString();
     EXPECT_FALSE(space.exists("big.xlsx"));
     EXPECT_TRUE(space.temporaryFolders().isEmpty());
@@ -148,7 +189,9 @@ TEST(CliFailures, HelpAndVersionSucceed)
     const CliResult help = space.run({"--help"});
     EXPECT_EQ(help.exitCode, 0);
     for (const char* part : {"RECORDING OUTPUT.xlsx", "--demo OUTPUT.xlsx", "--synthetic N OUTPUT.xlsx", "--options",
-                             "--plugin PATH", "--settings FILE", "--set KEY=VALUE", "--quiet", "Exit status", "Example"})
+                             "--plugin PATH", "--settings FILE", "--set KEY=VALUE", "--quiet", "Exit status", "Example",
+                             "--output-dir DIR RECORDING...", "--jobs N", "--no-clobber", "--report FILE", "--sheets KEYS",
+                             "--show-settings", "128+N"})
         EXPECT_TRUE(help.out.contains(QLatin1String(part))) << part;
     EXPECT_TRUE(help.out.contains(space.defaultSettingsPath()));
     EXPECT_TRUE(help.err.isEmpty());

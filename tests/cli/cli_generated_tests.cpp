@@ -3,6 +3,7 @@
 
 #include "clirunner.h"
 
+#include <QRegularExpression>
 #include <QStandardPaths>
 
 namespace {
@@ -102,6 +103,54 @@ TEST(CliGenerated, SettingsFileAndOverrides)
     EXPECT_EQ(space.readFile(space.defaultSettingsPath()), defaults);
 }
 
+TEST(CliGenerated, SheetsAndSettingsInEffect)
+{
+    CliWorkspace space;
+    space.writeFile("my.ini", "[General]\nframeSkip=abc\nmarkers=false\nsegmentVel=false\n");
+    const QByteArray edited = space.readFile("my.ini");
+    const QString warning = QStringLiteral("tavi-export: warning: settings file \"%1\": frameSkip is \"abc\", not an "
+                                           "integer from 0 to 1000000; the default 0 is used instead\n")
+                                .arg(space.path("my.ini"));
+
+    const CliResult shown = space.run({"--settings", "my.ini", "--set", "segmentPos=false", "--show-settings"});
+    EXPECT_EQ(shown.exitCode, 0);
+    EXPECT_EQ(shown.err.toStdString(), warning.toStdString());
+    const QStringList lines = shown.out.split(u'\n', Qt::SkipEmptyParts);
+    ASSERT_EQ(lines.size(), 1 + 21) << shown.out.toStdString();
+    EXPECT_EQ(lines[0].toStdString(), "settings file: " + space.path("my.ini").toStdString());
+    const auto lineOf = [&](const QString& key) {
+        for (const QString& line : lines) {
+            if (line.startsWith(key + u'='))
+                return line.simplified();
+        }
+        return QString();
+    };
+    EXPECT_EQ(lineOf("frameSkip"), "frameSkip=0 (default)");
+    EXPECT_EQ(lineOf("markers"), "markers=false (settings file; default true)");
+    EXPECT_EQ(lineOf("segmentPos"), "segmentPos=false (this command line; default true)");
+    EXPECT_EQ(lineOf("jointAngles"), "jointAngles=true (default)");
+    EXPECT_EQ(space.readFile("my.ini"), edited);
+    EXPECT_FALSE(QFileInfo::exists(space.defaultSettingsPath()));
+
+    // --sheets names the only sheets of this run; the file's choices do not add to them.
+    const CliResult run = space.run({"--settings", "my.ini", "--sheets", "jointAngles,segmentVel", "--synthetic", "8", "few.xlsx"});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.err.toStdString(), warning.toStdString());
+    const std::optional<DumpedWorkbook> book = readWorkbook(space.path("few.xlsx"));
+    ASSERT_TRUE(book);
+    QStringList titles;
+    for (const DumpedSheet& sheet : book->sheets)
+        titles << sheet.title;
+    EXPECT_EQ(titles, QStringList({"General Information", "Segment Velocity", "Joint Angles ZXY"}));
+    EXPECT_EQ(rowsOf(*book, "Joint Angles ZXY"), 9);
+    const QRegularExpression summary(QStringLiteral("^wrote \"few.xlsx\": 8 of 8 frames \\(frame skip 0\\), 3 sheets, %1 "
+                                                    "rows, 0 continuation sheets, [0-9.]+ s, ([0-9,]+) bytes\n$")
+                                         .arg(6 + 9 + 9));
+    const QRegularExpressionMatch match = summary.match(run.out);
+    ASSERT_TRUE(match.hasMatch()) << run.out.toStdString();
+    EXPECT_EQ(match.captured(1).remove(u',').toLongLong(), QFileInfo(space.path("few.xlsx")).size());
+}
+
 TEST(CliGenerated, ProgressShownOnlyOnATerminal)
 {
     const QString script = QStandardPaths::findExecutable(QStringLiteral("script"));
@@ -111,15 +160,18 @@ TEST(CliGenerated, ProgressShownOnlyOnATerminal)
     CliWorkspace space;
     const auto onTerminal = [&](const QString& options) {
         QProcess process;
-        const QString command = QStringLiteral("'%1' %2 --synthetic 1000 tty.xlsx").arg(cliProgram(), options);
+        const QString command = QStringLiteral("'%1' %2 --synthetic 3000 tty.xlsx").arg(cliProgram(), options);
         space.start(process, {"-qec", command, "/dev/null"}, QStringLiteral("C.UTF-8"), script);
         EXPECT_TRUE(process.waitForFinished(60000));
         EXPECT_EQ(process.exitCode(), 0);
         return QString::fromLocal8Bit(process.readAllStandardOutput());
     };
     const QString shown = onTerminal(QString());
-    EXPECT_TRUE(shown.contains("1000/1000 frames")) << shown.toStdString();
-    // The status line is cleared before the closing summary.
-    EXPECT_TRUE(shown.contains(QStringLiteral("\r\x1b[Ktavi-export: wrote tty.xlsx: 1000 frames"))) << shown.toStdString();
-    EXPECT_FALSE(onTerminal(QStringLiteral("--quiet")).contains("frames"));
+    EXPECT_TRUE(QRegularExpression("\r\x1b\\[K[0-9]+/3000 frames").match(shown).hasMatch()) << shown.toStdString();
+    // The frames' time left never claims to cover the packaging, which has a phase of its own.
+    EXPECT_FALSE(QRegularExpression(" left(?! for the frames, then packaging)").match(shown).hasMatch()) << shown.toStdString();
+    EXPECT_TRUE(shown.contains("\r\x1b[Kpackaging the workbook, 0:")) << shown.toStdString();
+    // The status line is cleared before the summary line.
+    EXPECT_TRUE(shown.contains("\r\x1b[Kwrote \"tty.xlsx\": 3,000 of 3,000 frames")) << shown.toStdString();
+    EXPECT_TRUE(onTerminal(QStringLiteral("--quiet")).isEmpty());
 }

@@ -1,0 +1,247 @@
+#include "batch.h"
+
+#include "abstractsettingssynchronizer.h"
+#include "commandline.h"
+#include "exportrun.h"
+#include "interruptwatcher.h"
+#include "messagetext.h"
+#include "outputcheck.h"
+#include "progressdisplay.h"
+
+#include <QElapsedTimer>
+#include <QFileInfo>
+#include <QLocale>
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <cstdio>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+namespace {
+
+// What the export threads hand to the thread that prints: warnings as they arise and the
+// index of each export that ended.
+class Mailbox
+{
+public:
+    void postWarning(const QString& text)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_warnings.push_back(text);
+        m_changed.notify_one();
+    }
+    void postFinished(std::size_t index)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_finished.push_back(index);
+        m_changed.notify_one();
+    }
+    // Waits up to `timeout` for news; answers what arrived.
+    void take(std::chrono::milliseconds timeout, std::deque<QString>& warnings, std::deque<std::size_t>& finished)
+    {
+        std::unique_lock lock(m_mutex);
+        m_changed.wait_for(lock, timeout, [this] { return !m_warnings.empty() || !m_finished.empty(); });
+        warnings.swap(m_warnings);
+        finished.swap(m_finished);
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::deque<QString> m_warnings;
+    std::deque<std::size_t> m_finished;
+};
+
+struct BatchContext
+{
+    const AbstractExporterFactory& factory;
+    const BatchSettings& settings;
+    const BatchOptions& options;
+    Mailbox& mailbox;
+};
+
+ExportResult exportOne(const BatchContext& context, const ExportRequest& request, ExportActivity& activity)
+{
+    using Status = ExportResult::Status;
+    ExportResult result;
+    if (interrupts::stopSignal() != 0) {
+        result.status = Status::Interrupted;
+        return result;
+    }
+    QElapsedTimer clock;
+    clock.start();
+    if (context.options.noClobber && QFileInfo::exists(request.outputPath)) {
+        result.status = Status::Skipped;
+        return result;
+    }
+    result.error = checkOutput(request.outputPath, request.recordingPath);
+    if (!result.error.isEmpty()) {
+        result.status = Status::Rejected;
+        return result;
+    }
+
+    activity.enter(ExportActivity::Phase::Reading);
+    std::shared_ptr<PreparedRecording> recording = request.prepared;
+    if (!recording)
+        recording = prepareRecording(request, result.error);
+    if (!recording) {
+        result.status = Status::Rejected;
+        return result;
+    }
+    result.frames = recording->frameCalls;
+    result.frameSkip = effectiveFrameSkip(*context.settings.store);
+    result.exportedFrames = exportedFrameCount(result.frames, result.frameSkip);
+    for (const QString& warning :
+         rowLimitWarnings(*recording->host, context.settings.registered, *context.settings.store, result.frames)) {
+        context.mailbox.postWarning(context.options.nameInErrors ? QStringLiteral("%1: %2").arg(quoted(request.inputName()), warning)
+                                                                 : warning);
+    }
+
+    ExportJob job;
+    job.factory = &context.factory;
+    job.host = recording->host.get();
+    job.outputPath = request.outputPath;
+    job.frameCalls = recording->frameCalls;
+    job.frameAt = recording->frameAt;
+    job.stopRequested = [] { return interrupts::stopSignal() != 0; };
+    const ExportOutcome outcome = runExport(job, activity);
+    result.seconds = static_cast<double>(clock.elapsed()) / 1000.0;
+    result.error = outcome.error;
+    switch (outcome.status) {
+    case ExportOutcome::Status::Interrupted:
+        result.status = Status::Interrupted;
+        return result;
+    case ExportOutcome::Status::Failed:
+        result.status = Status::Failed;
+        return result;
+    case ExportOutcome::Status::Written:
+        break;
+    }
+    result.status = Status::Written;
+    result.bytes = QFileInfo(request.outputPath).size();
+    if (const std::optional<WorkbookSummary> book = summarizeWorkbook(request.outputPath))
+        result.workbook = *book;
+    return result;
+}
+
+void printLine(FILE* stream, const QString& text)
+{
+    std::fputs(qPrintable(text + u'\n'), stream);
+    std::fflush(stream);
+}
+
+} // namespace
+
+QString statusName(ExportResult::Status status)
+{
+    switch (status) {
+    case ExportResult::Status::Written:
+        return QStringLiteral("written");
+    case ExportResult::Status::Skipped:
+        return QStringLiteral("skipped");
+    case ExportResult::Status::Failed:
+        return QStringLiteral("failed");
+    case ExportResult::Status::Rejected:
+        return QStringLiteral("rejected");
+    case ExportResult::Status::Interrupted:
+        return QStringLiteral("interrupted");
+    case ExportResult::Status::NotStarted:
+        break;
+    }
+    return QStringLiteral("not started");
+}
+
+QString summaryLine(const ExportRequest& request, const ExportResult& result)
+{
+    if (result.status == ExportResult::Status::Skipped)
+        return QStringLiteral("skipped %1: it exists already").arg(quoted(request.outputPath));
+    const QLocale english(QLocale::English);
+    return QStringLiteral("wrote %1: %2 of %3 frames (frame skip %4), %5 sheets, %6 rows, %7 continuation sheets, "
+                          "%8 s, %9 bytes")
+        .arg(quoted(request.outputPath), english.toString(result.exportedFrames), english.toString(result.frames),
+             QString::number(result.frameSkip), QString::number(result.workbook.sheets),
+             english.toString(result.workbook.rows), QString::number(result.workbook.continuationSheets),
+             QString::number(result.seconds, 'f', 1), english.toString(result.bytes));
+}
+
+int exitStatusOf(const std::vector<ExportResult>& results)
+{
+    int status = ExitSuccess;
+    for (const ExportResult& result : results) {
+        if (result.status == ExportResult::Status::Rejected)
+            status = std::max<int>(status, ExitUsageError);
+        else if (result.status == ExportResult::Status::Failed)
+            status = std::max<int>(status, ExitExportFailed);
+    }
+    return status;
+}
+
+std::vector<ExportResult> runExports(const AbstractExporterFactory& factory, const BatchSettings& settings,
+                                     const std::vector<ExportRequest>& requests, const BatchOptions& options)
+{
+    std::vector<ExportResult> results(requests.size());
+    std::vector<std::unique_ptr<ExportActivity>> activities;
+    std::vector<ExportActivity*> watched;
+    for (const ExportRequest& request : requests) {
+        activities.push_back(std::make_unique<ExportActivity>());
+        activities.back()->name = QFileInfo(request.outputPath).fileName();
+        watched.push_back(activities.back().get());
+    }
+    interrupts::watch(watched);
+
+    Mailbox mailbox;
+    const BatchContext context{factory, settings, options, mailbox};
+    std::atomic<std::size_t> next{0};
+    const auto worker = [&] {
+        for (std::size_t index = next++; index < requests.size(); index = next++) {
+            results[index] = exportOne(context, requests[index], *activities[index]);
+            activities[index]->enter(ExportActivity::Phase::Done);
+            mailbox.postFinished(index);
+        }
+    };
+    const std::size_t threadCount = std::clamp<std::size_t>(options.jobs, 1, requests.size());
+    std::vector<std::thread> threads;
+    for (std::size_t thread = 0; thread < threadCount; ++thread)
+        threads.emplace_back(worker);
+
+    ProgressDisplay progress(options.showProgress);
+    std::size_t finishedCount = 0;
+    while (finishedCount < requests.size()) {
+        std::deque<QString> warnings;
+        std::deque<std::size_t> finished;
+        mailbox.take(std::chrono::milliseconds(100), warnings, finished);
+        if (!warnings.empty() || !finished.empty())
+            progress.clear();
+        for (const QString& warning : warnings)
+            printLine(stderr, QStringLiteral("tavi-export: %1").arg(warning));
+        for (const std::size_t index : finished) {
+            ++finishedCount;
+            const ExportResult& result = results[index];
+            if (result.status == ExportResult::Status::Written || result.status == ExportResult::Status::Skipped) {
+                if (options.summaries)
+                    printLine(stdout, summaryLine(requests[index], result));
+            } else if (!result.error.isEmpty() && result.status != ExportResult::Status::Interrupted) {
+                // A rejected recording file's message names the file already.
+                const bool named = options.nameInErrors && !result.error.startsWith(requests[index].recordingPath + u':');
+                printLine(stderr, named ? QStringLiteral("tavi-export: %1: %2").arg(quoted(requests[index].inputName()), result.error)
+                                        : QStringLiteral("tavi-export: %1").arg(result.error));
+            }
+        }
+        std::vector<const ExportActivity*> running;
+        for (const auto& activity : activities) {
+            const ExportActivity::Phase phase = activity->phase;
+            if (phase != ExportActivity::Phase::Waiting && phase != ExportActivity::Phase::Done)
+                running.push_back(activity.get());
+        }
+        progress.show(running, int(finishedCount), int(requests.size()));
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    progress.clear();
+    interrupts::watch({});
+    return results;
+}

@@ -1,0 +1,110 @@
+#include "interruptwatcher.h"
+
+#include "exportrun.h"
+
+#include <QDir>
+
+#include <atomic>
+#include <csignal>
+#include <cstring>
+#include <mutex>
+#include <thread>
+
+#include <pthread.h>
+#include <unistd.h>
+
+namespace {
+
+std::atomic<int> requestedStop{0};
+std::mutex watchedMutex;
+std::vector<ExportActivity*> watched;
+
+sigset_t interruptSignals()
+{
+    sigset_t set;
+    sigemptyset(&set);
+    sigaddset(&set, SIGINT);
+    sigaddset(&set, SIGTERM);
+    sigaddset(&set, SIGHUP);
+    return set;
+}
+
+void writeError(const char* text)
+{
+    // The progress line, if any, is cleared first so that the message starts a line.
+    if (::isatty(STDERR_FILENO) == 1)
+        (void)!::write(STDERR_FILENO, "\r\033[K", 4);
+    (void)!::write(STDERR_FILENO, text, std::strlen(text));
+}
+
+[[noreturn]] void endNow(int signal)
+{
+    // Never released: no export may start initializing once the folders are being removed.
+    for (ExportActivity* activity : watched) {
+        activity->initializing.lock();
+        if (activity->ownsTemporaryFolder && activity->phase != ExportActivity::Phase::Done)
+            QDir(activity->temporaryFolder).removeRecursively();
+    }
+    writeError("tavi-export: ");
+    writeError(interrupts::interruptedMessage());
+    writeError("\n");
+    ::_exit(interrupts::exitStatusFor(signal));
+}
+
+void watchSignals()
+{
+    const sigset_t set = interruptSignals();
+    for (;;) {
+        int signal = 0;
+        if (sigwait(&set, &signal) != 0)
+            continue;
+        const bool repeated = requestedStop.exchange(signal) != 0;
+        const std::lock_guard lock(watchedMutex);
+        bool packaging = false;
+        for (const ExportActivity* activity : watched)
+            packaging = packaging || activity->phase == ExportActivity::Phase::Packaging;
+        // With no export running there is nothing to wait for.
+        if (repeated || packaging || watched.empty())
+            endNow(signal);
+    }
+}
+
+} // namespace
+
+void blockInterruptSignals()
+{
+    const sigset_t set = interruptSignals();
+    pthread_sigmask(SIG_BLOCK, &set, nullptr);
+    std::signal(SIGXFSZ, SIG_IGN);
+}
+
+namespace interrupts {
+
+void startWatcher()
+{
+    static std::once_flag started;
+    std::call_once(started, [] { std::thread(watchSignals).detach(); });
+}
+
+void watch(std::vector<ExportActivity*> activities)
+{
+    const std::lock_guard lock(watchedMutex);
+    watched = std::move(activities);
+}
+
+int stopSignal()
+{
+    return requestedStop.load();
+}
+
+const char* interruptedMessage()
+{
+    return "interrupted; unfinished exports were abandoned and their temporary files removed";
+}
+
+int exitStatusFor(int signal)
+{
+    return 128 + signal;
+}
+
+} // namespace interrupts

@@ -1,0 +1,10 @@
+#pragma once
+
+// Values quoted in the program's messages: a file name or a setting as the user gave it may be
+// long or hold control characters, and a message must stay one readable line.
+
+#include <QString>
+
+// The value in double quotes, control characters written as escapes (\n, \t, \x1b) and cut
+// after about 100 characters with "..." so a huge value does not flood the terminal.
+QString quoted(const QString& value);

@@ -1,0 +1,47 @@
+#include "report.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QSaveFile>
+
+namespace {
+
+QJsonObject describe(const ExportRequest& request, const ExportResult& result)
+{
+    const bool written = result.status == ExportResult::Status::Written;
+    const auto count = [written](std::int64_t value) { return written ? QJsonValue(double(value)) : QJsonValue(); };
+    return QJsonObject{
+        {QStringLiteral("input"), request.inputName()},
+        {QStringLiteral("output"), request.outputPath},
+        {QStringLiteral("status"), statusName(result.status)},
+        {QStringLiteral("error"), result.error.isEmpty() ? QJsonValue() : QJsonValue(result.error)},
+        {QStringLiteral("frames"), count(result.frames)},
+        {QStringLiteral("exportedFrames"), count(result.exportedFrames)},
+        {QStringLiteral("frameSkip"), count(result.frameSkip)},
+        {QStringLiteral("sheets"), count(result.workbook.sheets)},
+        {QStringLiteral("rows"), count(result.workbook.rows)},
+        {QStringLiteral("continuationSheets"), count(result.workbook.continuationSheets)},
+        {QStringLiteral("seconds"), written ? QJsonValue(result.seconds) : QJsonValue()},
+        {QStringLiteral("bytes"), count(result.bytes)},
+    };
+}
+
+} // namespace
+
+QString writeReport(const QString& path, const std::vector<ExportRequest>& requests,
+                    const std::vector<ExportResult>& results, int exitStatus)
+{
+    QJsonArray recordings;
+    for (std::size_t index = 0; index < requests.size(); ++index)
+        recordings.append(describe(requests[index], results[index]));
+    const QJsonObject report{{QStringLiteral("exitStatus"), exitStatus}, {QStringLiteral("recordings"), recordings}};
+
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly))
+        return file.errorString();
+    file.write(QJsonDocument(report).toJson(QJsonDocument::Indented));
+    if (!file.commit())
+        return file.errorString();
+    return QString();
+}

@@ -1,0 +1,131 @@
+// Several recordings in one call: side-by-side exports of one loaded plug-in, each ending on
+// its own (written, skipped, rejected, failed), the exit status of the worst, one summary
+// line per workbook and the JSON report, and workbooks the same as single runs give.
+
+#include "clirunner.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <zlib.h>
+
+namespace {
+
+QByteArray recordingWithOffset(int offset)
+{
+    return QStringLiteral(R"({"format": "tavi-recording", "version": 1, "frameRate": 60,
+      "recordStartTime": "2026-03-01T10:20:30.250Z",
+      "frames": [{"frame": 0, "pose": {"segments": [{"pos": [%1, 2, 3]}]}}, {"frame": 1},
+                 {"frame": 2, "pose": {"segments": [{"pos": [4, %1, 6]}]}}]})")
+        .arg(offset)
+        .toUtf8();
+}
+
+QByteArray gzipped(const QByteArray& bytes)
+{
+    QByteArray out(int(compressBound(uLong(bytes.size()))) + 64, '\0');
+    z_stream stream = {};
+    deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY);
+    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(bytes.data()));
+    stream.avail_in = uInt(bytes.size());
+    stream.next_out = reinterpret_cast<Bytef*>(out.data());
+    stream.avail_out = uInt(out.size());
+    deflate(&stream, Z_FINISH);
+    out.truncate(int(stream.total_out));
+    deflateEnd(&stream);
+    return out;
+}
+
+// The names of the entries whose content differs between two archives (or that one lacks),
+// the document properties with their creation time aside; read with Python's zipfile.
+QString differingEntries(const QString& first, const QString& second)
+{
+    QProcess python;
+    python.start(QStringLiteral("/usr/bin/python3"),
+                 {"-c", "import sys, zipfile\n"
+                        "a, b = (zipfile.ZipFile(p) for p in sys.argv[1:])\n"
+                        "names = (set(a.namelist()) | set(b.namelist())) - {'docProps/core.xml'}\n"
+                        "print(' '.join(sorted(n for n in names if n not in a.namelist() or n not in b.namelist()"
+                        " or a.read(n) != b.read(n))))\n",
+                  first, second});
+    EXPECT_TRUE(python.waitForFinished(60000));
+    EXPECT_EQ(python.exitCode(), 0) << python.readAllStandardError().toStdString();
+    return QString::fromUtf8(python.readAllStandardOutput()).trimmed();
+}
+
+} // namespace
+
+TEST(CliBatch, SideBySideExportsEndEachOnTheirOwn)
+{
+    CliWorkspace space;
+    ASSERT_TRUE(QDir(space.path(".")).mkpath("in"));
+    ASSERT_TRUE(QDir(space.path(".")).mkpath("out"));
+    ASSERT_TRUE(QDir(space.path(".")).mkpath("single"));
+    space.writeFile("in/walk.json", recordingWithOffset(1));
+    space.writeFile("in/run.json.gz", gzipped(recordingWithOffset(7)));
+    space.writeFile("in/broken.json", "{");
+    space.writeFile("in/kept.json", recordingWithOffset(3));
+    space.writeFile("in/blocked.json", recordingWithOffset(5));
+    space.writeFile("out/kept.xlsx", "an earlier workbook");
+    // Something of another's where the export's temporary folder would go: that export fails.
+    space.writeFile("out/blocked.xlsx_fldr", "not ours");
+
+    const QStringList inputs = {"in/walk.json", "in/broken.json", "in/run.json.gz", "in/kept.json", "in/blocked.json"};
+    const CliResult batch = space.run(QStringList{"--output-dir", "out", "--jobs", "2", "--no-clobber", "--report",
+                                                  "report.json"} + inputs);
+    EXPECT_EQ(batch.exitCode, 2) << batch.err.toStdString();
+    QStringList summaries = batch.out.split(u'\n', Qt::SkipEmptyParts);
+    summaries.sort();
+    ASSERT_EQ(summaries.size(), 3) << batch.out.toStdString();
+    EXPECT_EQ(summaries[0], R"(skipped "out/kept.xlsx": it exists already)");
+    EXPECT_TRUE(summaries[1].startsWith(R"(wrote "out/run.xlsx": 3 of 3 frames (frame skip 0), 18 sheets, )"));
+    EXPECT_TRUE(summaries[2].startsWith(R"(wrote "out/walk.xlsx": 3 of 3 frames (frame skip 0), 18 sheets, )"));
+    EXPECT_TRUE(batch.err.contains("tavi-export: in/broken.json:")) << batch.err.toStdString();
+    EXPECT_TRUE(batch.err.contains(R"(tavi-export: "in/blocked.json": Could not create temporary file)"))
+        << batch.err.toStdString();
+    EXPECT_EQ(space.readFile("out/kept.xlsx"), "an earlier workbook");
+    EXPECT_EQ(space.readFile("out/blocked.xlsx_fldr"), "not ours");
+    EXPECT_FALSE(space.exists("out/broken.xlsx"));
+    EXPECT_FALSE(space.exists("out/blocked.xlsx"));
+    EXPECT_EQ(QDir(space.path("out")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden),
+              QStringList({"blocked.xlsx_fldr", "kept.xlsx", "run.xlsx", "walk.xlsx"}));
+
+    const QJsonObject report = QJsonDocument::fromJson(space.readFile("report.json")).object();
+    EXPECT_EQ(report.value("exitStatus"), 2);
+    const QJsonArray recordings = report.value("recordings").toArray();
+    ASSERT_EQ(recordings.size(), inputs.size());
+    const char* const statuses[] = {"written", "rejected", "written", "skipped", "failed"};
+    for (int index = 0; index < inputs.size(); ++index) {
+        const QJsonObject entry = recordings[index].toObject();
+        EXPECT_EQ(entry.value("input"), inputs[index]);
+        EXPECT_EQ(entry.value("status"), QLatin1String(statuses[index])) << index;
+        const bool written = entry.value("status").toString() == u"written";
+        EXPECT_EQ(entry.value("error").isNull(), written || entry.value("status").toString() == u"skipped") << index;
+        for (const char* count : {"frames", "exportedFrames", "frameSkip", "sheets", "rows", "continuationSheets",
+                                  "seconds", "bytes"})
+            EXPECT_EQ(entry.value(count).isDouble(), written) << index << count;
+        if (!written)
+            continue;
+        const QString output = entry.value("output").toString();
+        EXPECT_EQ(entry.value("frames"), 3);
+        EXPECT_EQ(entry.value("exportedFrames"), 3);
+        EXPECT_EQ(entry.value("sheets"), 18);
+        EXPECT_EQ(entry.value("bytes").toInteger(), QFileInfo(space.path(output)).size());
+        EXPECT_TRUE(summaries.join(u'\n').contains(
+            QStringLiteral("%1 rows, 0 continuation sheets").arg(entry.value("rows").toInteger())));
+
+        // The same workbook as a run of its own, once unzipped.
+        const QString single = "single/" + QFileInfo(output).fileName();
+        ASSERT_EQ(space.run({inputs[index], single}).exitCode, 0);
+        EXPECT_EQ(differingEntries(space.path(output), space.path(single)), QString()) << output.toStdString();
+    }
+    EXPECT_EQ(recordings[1].toObject().value("error").toString().left(15), "in/broken.json:");
+    EXPECT_TRUE(space.temporaryFolders().isEmpty());
+
+    // --quiet keeps errors only; a resumed batch skips what is there.
+    const CliResult resumed = space.run({"--quiet", "--output-dir", "out", "--no-clobber", "in/walk.json", "in/broken.json"});
+    EXPECT_EQ(resumed.exitCode, 2);
+    EXPECT_TRUE(resumed.out.isEmpty());
+    EXPECT_TRUE(resumed.err.startsWith("tavi-export: in/broken.json:")) << resumed.err.toStdString();
+}

@@ -1,0 +1,115 @@
+// Ends of a run that the user or the system forces while the workbook is being packaged, and
+// two runs writing one target at once: the target is left as it was or holds a complete new
+// workbook, and nothing else stays in the folder.
+
+#include "clirunner.h"
+
+#include <QThread>
+
+#include <csignal>
+
+#include <signal.h>
+
+namespace {
+
+const QByteArray EarlierWorkbook = "an earlier workbook";
+
+// Whether the file is a zip archive whose every entry reads back with its CRC (Python's
+// zipfile, independent of the archive code under test).
+bool isWholeArchive(const QString& path)
+{
+    QProcess python;
+    python.start(QStringLiteral("/usr/bin/python3"),
+                 {"-c", "import sys, zipfile; sys.exit(zipfile.ZipFile(sys.argv[1]).testzip() is not None)", path});
+    return python.waitForFinished(60000) && python.exitStatus() == QProcess::NormalExit && python.exitCode() == 0;
+}
+
+// Starts an export to big.xlsx and answers once its archive is being written.
+bool startAndReachPackaging(const CliWorkspace& space, QProcess& process)
+{
+    space.start(process, {"--synthetic", "2500", "big.xlsx"});
+    if (!process.waitForStarted())
+        return false;
+    const QString archive = space.path("big.xlsx_fldr/export.xlsx.tmp");
+    for (int wait = 0; wait < 6000 && process.state() == QProcess::Running; ++wait) {
+        if (QFileInfo::exists(archive))
+            return true;
+        QThread::msleep(5);
+    }
+    return false;
+}
+
+void expectTargetWholeOrUntouched(const CliWorkspace& space)
+{
+    const QByteArray target = space.readFile("big.xlsx");
+    EXPECT_TRUE(target == EarlierWorkbook || isWholeArchive(space.path("big.xlsx")));
+    EXPECT_EQ(QDir(space.path(".")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden),
+              QStringList({"big.xlsx", "config"}));
+}
+
+} // namespace
+
+TEST(CliInterrupts, SignalsDuringPackaging)
+{
+    for (const bool repeated : {true, false}) {
+        CliWorkspace space;
+        space.writeFile("big.xlsx", EarlierWorkbook);
+        QProcess process;
+        ASSERT_TRUE(startAndReachPackaging(space, process));
+        ::kill(pid_t(process.processId()), SIGINT);
+        if (repeated)
+            ::kill(pid_t(process.processId()), SIGINT);
+        ASSERT_TRUE(process.waitForFinished(30000));
+        EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
+        EXPECT_EQ(process.exitCode(), 128 + SIGINT);
+        const QString error = QString::fromLocal8Bit(process.readAllStandardError());
+        EXPECT_TRUE(error.endsWith("tavi-export: interrupted; unfinished exports were abandoned and their temporary "
+                                   "files removed\n")) << error.toStdString();
+        expectTargetWholeOrUntouched(space);
+    }
+}
+
+TEST(CliInterrupts, KilledExportIsCleanedUpByTheNext)
+{
+    CliWorkspace space;
+    space.writeFile("big.xlsx", EarlierWorkbook);
+    QProcess process;
+    ASSERT_TRUE(startAndReachPackaging(space, process));
+    process.kill();
+    ASSERT_TRUE(process.waitForFinished(30000));
+    EXPECT_EQ(process.exitStatus(), QProcess::CrashExit);
+    const QByteArray target = space.readFile("big.xlsx");
+    EXPECT_TRUE(target == EarlierWorkbook || isWholeArchive(space.path("big.xlsx")));
+
+    // The next export takes over what the killed one left.
+    const CliResult next = space.run({"--quiet", "--synthetic", "10", "big.xlsx"});
+    EXPECT_EQ(next.exitCode, 0) << next.err.toStdString();
+    EXPECT_TRUE(isWholeArchive(space.path("big.xlsx")));
+    expectTargetWholeOrUntouched(space);
+}
+
+TEST(CliInterrupts, TwoRunsToOneTarget)
+{
+    CliWorkspace space;
+    QProcess first;
+    QProcess second;
+    space.start(first, {"--quiet", "--synthetic", "1500", "big.xlsx"});
+    space.start(second, {"--quiet", "--synthetic", "1500", "big.xlsx"});
+    ASSERT_TRUE(first.waitForFinished(60000) && second.waitForFinished(60000));
+    int written = 0;
+    for (QProcess* process : {&first, &second}) {
+        const QString error = QString::fromLocal8Bit(process->readAllStandardError());
+        EXPECT_EQ(process->exitStatus(), QProcess::NormalExit);
+        // The later one finds the target's temporary folder held, unless the first had ended.
+        if (process->exitCode() == 0) {
+            ++written;
+            EXPECT_TRUE(error.isEmpty()) << error.toStdString();
+        } else {
+            EXPECT_EQ(process->exitCode(), 1);
+            EXPECT_TRUE(error.startsWith("tavi-export: Another export is writing")) << error.toStdString();
+        }
+    }
+    EXPECT_GE(written, 1);
+    EXPECT_TRUE(isWholeArchive(space.path("big.xlsx")));
+    expectTargetWholeOrUntouched(space);
+}
