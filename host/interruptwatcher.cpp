@@ -3,6 +3,9 @@
 #include "exportrun.h"
 
 #include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
 
 #include <atomic>
 #include <csignal>
@@ -37,13 +40,32 @@ void writeError(const char* text)
     (void)!::write(STDERR_FILENO, text, std::strlen(text));
 }
 
+// Removes a folder and what it holds without following links. The export's own thread may be
+// removing the same files at this moment, so a file already gone is no failure, and the
+// folder is tried again while something new appeared in it.
+void removeFolder(const QString& path)
+{
+    for (int attempt = 0; attempt < 5; ++attempt) {
+        QDirIterator entries(path, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+        while (entries.hasNext()) {
+            const QFileInfo entry = entries.nextFileInfo();
+            if (entry.isDir() && !entry.isSymLink())
+                removeFolder(entry.filePath());
+            else
+                QFile::remove(entry.filePath());
+        }
+        if (QDir().rmdir(path) || !QFileInfo::exists(path))
+            return;
+    }
+}
+
 [[noreturn]] void endNow(int signal)
 {
     // Never released: no export may start initializing once the folders are being removed.
     for (ExportActivity* activity : watched) {
         activity->initializing.lock();
         if (activity->ownsTemporaryFolder && activity->phase != ExportActivity::Phase::Done)
-            QDir(activity->temporaryFolder).removeRecursively();
+            removeFolder(activity->temporaryFolder);
     }
     writeError("tavi-export: ");
     writeError(interrupts::interruptedMessage());
