@@ -34,13 +34,14 @@ std::variant<CommandLine, QString> parseCommandLine(const QStringList& arguments
     const QCommandLineOption report(QStringLiteral("report"), QString(), QStringLiteral("FILE"));
     const QCommandLineOption sheets(QStringLiteral("sheets"), QString(), QStringLiteral("KEYS"));
     const QCommandLineOption showSettings(QStringLiteral("show-settings"));
+    const QCommandLineOption writeDemo(QStringLiteral("write-demo"), QString(), QStringLiteral("FILE"));
     const QCommandLineOption help(QStringList{QStringLiteral("h"), QStringLiteral("help")});
     const QCommandLineOption version(QStringLiteral("version"));
 
     QCommandLineParser parser;
     parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
     parser.addOptions({plugin, settings, set, quiet, demo, synthetic, options, outputDir, jobs, noClobber, report, sheets,
-                       showSettings, help, version});
+                       showSettings, writeDemo, help, version});
     if (!parser.parse(arguments))
         return parser.errorText();
 
@@ -51,6 +52,15 @@ std::variant<CommandLine, QString> parseCommandLine(const QStringList& arguments
     }
     if (parser.isSet(version)) {
         line.action = CommandLine::Action::ShowVersion;
+        return line;
+    }
+    if (parser.isSet(writeDemo)) {
+        if (parser.optionNames().size() > 1 || !parser.positionalArguments().isEmpty())
+            return QStringLiteral("--write-demo takes a file name and nothing else");
+        line.action = CommandLine::Action::WriteDemo;
+        line.outputPath = parser.value(writeDemo);
+        if (line.outputPath.isEmpty())
+            return QStringLiteral("--write-demo needs a file name");
         return line;
     }
 
@@ -161,10 +171,11 @@ QString helpText(const QString& defaultSettingsPath)
         "  %1 [OPTIONS] --synthetic N OUTPUT.xlsx       export a generated recording of N frames\n"
         "  %1 [OPTIONS] --show-settings                 print the settings in effect\n"
         "  %1 [OPTIONS] --options                       edit the export settings in a dialog\n"
+        "  %1 --write-demo FILE.json                    write the demo recording as a recording file\n"
         "\n"
         "Runs the Excel exporter plug-in outside the studio application and writes each\n"
         "recording into an .xlsx workbook. RECORDING is a recording file (JSON, format\n"
-        "\"tavi-recording\" version 1, optionally gzip-compressed).\n"
+        "\"tavi-recording\" version 1, plain or gzip-compressed; docs/recording-format.md).\n"
         "\n"
         "Options:\n"
         "  --output-dir DIR  batch mode: walk.json (or walk.json.gz) goes to DIR/walk.xlsx;\n"

@@ -24,6 +24,7 @@ struct CommandLine
         ExportBatch,      // --output-dir DIR RECORDING...
         ShowOptions,      // --options
         ShowSettings,     // --show-settings
+        WriteDemo,        // --write-demo FILE: the demo as a recording file
         ShowHelp,
         ShowVersion,
     };

@@ -5,6 +5,7 @@
 #include "abstractplugin.h"
 #include "batch.h"
 #include "commandline.h"
+#include "demorecording.h"
 #include "dialogapplication.h"
 #include "exportrequest.h"
 #include "exportrun.h"
@@ -15,6 +16,7 @@
 #include "pluginlocator.h"
 #include "recordinghost.h"
 #include "report.h"
+#include "recordingwriter.h"
 #include "settingsstore.h"
 
 #include <QCoreApplication>
@@ -305,6 +307,12 @@ int main(int argc, char** argv)
         return ExitSuccess;
     case CommandLine::Action::ShowVersion:
         std::fputs(qPrintable(versionText()), stdout);
+        return ExitSuccess;
+    case CommandLine::Action::WriteDemo:
+        if (const QString error = writeRecordingFile(makeDemoRecording(), line.outputPath); !error.isEmpty()) {
+            printError(error);
+            return ExitExportFailed;
+        }
         return ExitSuccess;
     default:
         return run(line);

@@ -114,3 +114,33 @@ TEST(CliRecordingFile, AbsentFieldsTakeTheirDefaults)
     EXPECT_EQ(cellsOf(*positions, 3), QJsonArray({5}));
     EXPECT_EQ(cellsOf(*positions, 4), QJsonArray({6}));
 }
+
+TEST(CliRecordingFile, TheWrittenDemoExportsAsTheBuiltInDemo)
+{
+    CliWorkspace space;
+    const CliResult written = space.run({"--write-demo", "demo.json"});
+    ASSERT_EQ(written.exitCode, 0) << written.err.toStdString();
+    ASSERT_EQ(space.run({"--demo", "builtin.xlsx"}).exitCode, 0);
+    ASSERT_EQ(space.run({"demo.json", "fromfile.xlsx"}).exitCode, 0);
+
+    // Every part but the creation time is the same, byte for byte (read with Python's zipfile).
+    const char* const compare = R"(
+import sys, zipfile
+a, b = (zipfile.ZipFile(p) for p in sys.argv[1:3])
+if a.namelist() != b.namelist() or len(a.namelist()) < 20:
+    print("parts:", a.namelist(), b.namelist())
+for name in a.namelist():
+    if name != "docProps/core.xml" and a.read(name) != b.read(name):
+        print("differs:", name)
+)";
+    QProcess python;
+    python.start(QStringLiteral("/usr/bin/python3"), {"-c", compare, space.path("builtin.xlsx"), space.path("fromfile.xlsx")});
+    ASSERT_TRUE(python.waitForFinished(60000));
+    EXPECT_EQ(python.exitCode(), 0) << python.readAllStandardError().toStdString();
+    EXPECT_EQ(python.readAllStandardOutput().toStdString(), "");
+
+    const CliResult unwritable = space.run({"--write-demo", "missing/demo.json"});
+    EXPECT_EQ(unwritable.exitCode, 1);
+    EXPECT_TRUE(unwritable.err.startsWith("tavi-export: missing/demo.json: cannot write: ")) << unwritable.err.toStdString();
+    EXPECT_EQ(space.run({"--write-demo", "demo.json", "extra"}).exitCode, 2);
+}
