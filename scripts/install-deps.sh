@@ -8,7 +8,7 @@ packages=(
     qt6-base-dev qt6-qpa-plugins qt6-l10n-tools qt6-tools-dev qt6-tools-dev-tools
     libisal-dev zlib1g-dev libgtest-dev
     qt6-translations-l10n dpkg-dev file groff-base
-    python3 python3-openpyxl unzip locales-all libreoffice-calc-nogui
+    python3 python3-openpyxl python3-jsonschema unzip locales-all libreoffice-calc-nogui
 )
 
 missing=()
