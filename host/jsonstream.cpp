@@ -1,5 +1,6 @@
 #include "jsonstream.h"
 
+#include <algorithm>
 #include <charconv>
 #include <climits>
 #include <cmath>
@@ -11,7 +12,6 @@
 
 namespace {
 
-constexpr std::size_t BufferSize = std::size_t(1) << 20;
 constexpr int MaxSkipDepth = 512;
 constexpr const char* NonFiniteHint =
     "numbers that are not finite are written as the strings \"NaN\", \"Infinity\" and \"-Infinity\"";
@@ -59,9 +59,12 @@ JsonSyntaxError::JsonSyntaxError(const std::string& reason, std::int64_t line, s
 {
 }
 
-JsonStream::JsonStream(Source source) : m_source(std::move(source)), m_buffer(BufferSize)
+JsonStream::JsonStream(Source source, std::size_t bufferSize)
+    : m_source(std::move(source)),
+      m_bufferSize(std::max<std::size_t>(bufferSize, 16)),
+      m_buffer(std::make_unique_for_overwrite<char[]>(m_bufferSize))
 {
-    m_pos = m_end = m_buffer.data();
+    m_pos = m_end = m_buffer.get();
 }
 
 void JsonStream::setLimits(std::int64_t maxTextBytes, std::int64_t maxNumberCharacters)
@@ -127,9 +130,9 @@ bool JsonStream::refill()
 {
     if (m_atEnd)
         return false;
-    m_bufferOffset += m_end - m_buffer.data();
-    const std::size_t count = m_source(m_buffer.data(), m_buffer.size());
-    m_pos = m_buffer.data();
+    m_bufferOffset += m_end - m_buffer.get();
+    const std::size_t count = m_source(m_buffer.get(), m_bufferSize);
+    m_pos = m_buffer.get();
     m_end = m_pos + count;
     m_atEnd = count == 0;
     return count != 0;
@@ -153,7 +156,7 @@ int JsonStream::skipWhitespace()
         } else if (c == '\n') {
             advance();
             ++m_line;
-            m_lineStart = m_bufferOffset + (m_pos - m_buffer.data());
+            m_lineStart = m_bufferOffset + (m_pos - m_buffer.get());
         } else {
             return c;
         }
@@ -162,7 +165,7 @@ int JsonStream::skipWhitespace()
 
 void JsonStream::syntaxError(const std::string& reason, const std::string& hint) const
 {
-    const std::int64_t offset = m_bufferOffset + (m_pos - m_buffer.data());
+    const std::int64_t offset = m_bufferOffset + (m_pos - m_buffer.get());
     throw JsonSyntaxError(reason, m_line, offset - m_lineStart + 1, offset, hint);
 }
 

@@ -12,6 +12,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -54,7 +55,11 @@ public:
 
     enum class Kind { Object, Array, String, Number, Boolean, Null };
 
-    explicit JsonStream(Source source);
+    static constexpr std::size_t DefaultBufferSize = std::size_t(1) << 20;
+
+    // Reads through a buffer of `bufferSize` bytes (a text already in memory needs no more
+    // than its own size).
+    explicit JsonStream(Source source, std::size_t bufferSize = DefaultBufferSize);
 
     // The longest string (in UTF-8 bytes) and number (in characters) accepted; unlimited
     // until set.
@@ -126,7 +131,8 @@ private:
     void mismatchAndSkip(std::string_view expected);
 
     Source m_source;
-    std::vector<char> m_buffer;
+    std::size_t m_bufferSize;
+    std::unique_ptr<char[]> m_buffer;  // m_bufferSize bytes, left uninitialised
     const char* m_pos = nullptr;
     const char* m_end = nullptr;
     std::int64_t m_bufferOffset = 0;  // offset of m_buffer[0] in the text

@@ -534,12 +534,13 @@ private:
 // Added to the messages about a file that does not hold a JSON object at all.
 constexpr QStringView NotARecordingHint = u"; a recording is a JSON object as docs/recording-format.md describes";
 
-RecordingReadResult readFrom(JsonStream::Source source, std::int64_t fileBytes, const QString& name)
+RecordingReadResult readFrom(JsonStream::Source source, std::size_t bufferSize, std::int64_t fileBytes,
+                             const QString& name)
 {
     RecordingReadResult result;
     bool topLevelIsObject = false;
     try {
-        JsonStream json(std::move(source));
+        JsonStream json(std::move(source), bufferSize);
         json.setLimits(recordinglimits::MaxTextBytes, recordinglimits::MaxNumberCharacters);
         RecordingBudget budget(fileBytes);
         RecordingParser parser(json, budget, topLevelIsObject);
@@ -579,7 +580,7 @@ RecordingReadResult readRecordingText(QByteArrayView json, const QString& source
             position += count;
             return std::size_t(count);
         },
-        json.size(), sourceName);
+        std::min(std::size_t(json.size()), JsonStream::DefaultBufferSize), json.size(), sourceName);
 }
 
 RecordingReadResult readRecordingFile(const QString& fileName)
@@ -611,7 +612,7 @@ RecordingReadResult readRecordingFile(const QString& fileName)
             }
             return std::size_t(count);
         },
-        QFileInfo(fileName).size(), fileName);
+        JsonStream::DefaultBufferSize, QFileInfo(fileName).size(), fileName);
     gzclose(file);
     return result;
 }
