@@ -108,7 +108,7 @@ std::string RecordingBudget::checkExport(const Recording& recording) const
         char rateText[32];
         std::snprintf(rateText, sizeof rateText, "%g", rate);
         return "externalChannels: " + plural(withSamples, "channel", "channels") + " resampled over "
-            + plural(range, "frame", "frames") + " at " + rateText + " frames per second ("
+            + plural(range, "frame", "frames") + " at a frame rate of " + rateText + " ("
             + std::to_string(samplesPerFrame) + " samples per frame) would take "
             + describeBytes(clampedEstimate(externalBytes)) + "; " + memoryRefusal();
     }

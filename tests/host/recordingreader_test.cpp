@@ -183,7 +183,7 @@ TEST(HostReader, ValuesNoStudioProducesAreRefusedBeforeTheyCostMemory)
         // One channel resampled to 4800 samples per frame over the declared range.
         {withFields(R"("frameRate": 1, "lastFrame": 100000, "externalChannels": [{"name": "EMG"}],
                        "frames": [{"frame": 0, "externalData": [[1]]}])"),
-         "externalChannels: 1 channel resampled over 100001 frames at 1 frames per second (4800 samples per frame) "
+         "externalChannels: 1 channel resampled over 100001 frames at a frame rate of 1 (4800 samples per frame) "
          "would take 3.6 GiB; a file of ..."},
         {withFields(R"("frameRate": 1, "externalChannels": )" + manyChannels + R"(,
                        "frames": [{"frame": 0, "externalData": [[1]]}, )" + QByteArray(R"({"frame": 0}, )").repeated(300)
