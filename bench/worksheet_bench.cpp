@@ -1,9 +1,9 @@
-// Writes one large worksheet through PartFile and CellWriter and reports the rate.
+// Writes one large worksheet through SheetStream and CellWriter and reports the rate.
 //
 // Usage: bench_worksheet [folder]   (default: a fresh temporary folder, removed afterwards)
 
 #include "cellwriter.h"
-#include "worksheet.h"
+#include "sheetstream.h"
 
 #include <QFileInfo>
 #include <QTemporaryDir>
@@ -35,19 +35,19 @@ int main(int argc, char** argv)
         value = mantissa(random) * std::pow(10.0, exponent(random));
     const std::size_t mask = values.size() - 1;
 
-    xlsx::PartFile file;
+    xlsx::SheetStream file;
     xlsx::CellWriter cells;
     const auto start = std::chrono::steady_clock::now();
     try {
-        xlsx::createSheetFile(file, 1, folder, Rows, Columns);
-        file.write("<sheetData>");
+        file.open(folder, 1);
+        file.body().write("<sheetData>");
         std::size_t next = 0;
         for (int row = 1; row <= Rows; ++row) {
             cells.newRow(file, row, Columns, row > 1);
             for (int column = 1; column <= Columns; ++column)
                 cells.writeNumber(file, row, column, values[next++ & mask]);
         }
-        xlsx::finishSheet(file);
+        file.finish();
     } catch (const std::exception& error) {
         std::fprintf(stderr, "write failed: %s\n", error.what());
         return 1;

@@ -67,7 +67,8 @@ void ExcelExporter::initializeSession(const QString& fileName)
 {
     m_initialized = false;
     stopDeflating();
-    m_sheetNumbers.fill(0);
+    for (xlsx::SheetStream& stream : m_sheets)
+        stream.discard();
     loadSettings();
     m_targetPath = fileName;
     m_cells.reset();
@@ -75,10 +76,8 @@ void ExcelExporter::initializeSession(const QString& fileName)
     m_markerList.clear();
     m_tempFolder = fileName + QStringLiteral("_fldr/");
     acquireTempFolder();
-    m_rowCount = m_host.frameCount() / (m_frameSkip + 1);
 
-    xlsx::PartFile generalInformation;
-    xlsx::createSheetFile(generalInformation, m_nextSheetNumber++, m_tempFolder, 6, 2);
+    openSheet(SheetId::GeneralInfo);
 
     const HeaderLists headers = buildHeaderLists(m_host);
     m_hasFingerTracking = headers.hasFingerTracking;
@@ -98,27 +97,20 @@ void ExcelExporter::initializeSession(const QString& fileName)
     for (int slot = 0; slot < DataSheetCount; ++slot) {
         const SheetId id = dataSheetAt(slot);
         const SheetEntry& entry = sheetEntry(id);
-        int lastRow = m_rowCount + 1;
 
         if (id == SheetId::GlobalPosition && (!firstPoseData || firstPoseData->globalPosition().empty()))
             setEnabled(id, false);
-        if (id == SheetId::ExternalData) {
-            if (headers.externalData.size() <= 2)
-                setEnabled(id, false);
-            lastRow = m_host.externalDataCount() + 1;
-        }
+        if (id == SheetId::ExternalData && headers.externalData.size() <= 2)
+            setEnabled(id, false);
 
         if (enabled(id)) {
-            xlsx::PartFile& file = sheetFile(id);
-            const QStringList& sheetHeaders = headers.forSheet(entry.headers);
             if (!m_deflateWorkers)
                 m_deflateWorkers = std::make_unique<xlsx::DeflateWorkers>(ArchiveLevel, xlsx::PartFile::BufferSize);
-            m_sheetNumbers[slot] = m_nextSheetNumber;
-            xlsx::createSheetFile(file, m_nextSheetNumber++, m_tempFolder, lastRow, static_cast<int>(sheetHeaders.size()),
-                                  m_deflateWorkers.get());
+            openSheet(id, m_deflateWorkers.get());
+            std::vector<std::pair<int, int>> hidden;
             if (entry.hiddenColumnsPerSegment > 0)
-                xlsx::writeHiddenColumns(file, hiddenSensorColumns(entry.hiddenColumnsPerSegment, firstPoseData, firstPoseSegments));
-            m_cells.setHeaders(file, sheetHeaders);
+                hidden = hiddenSensorColumns(entry.hiddenColumnsPerSegment, firstPoseData, firstPoseSegments);
+            sheet(id).writePrologue(m_cells, std::move(hidden), headers.forSheet(entry.headers));
         }
 
         if (id == SheetId::ExternalData && headers.externalData.size() > 2) {
@@ -130,11 +122,27 @@ void ExcelExporter::initializeSession(const QString& fileName)
         }
     }
 
-    writeGeneralInformation(generalInformation);
+    writeGeneralInformation();
 
     m_firstExportedFrame = -1;
-    m_nextRow = 2;
-    m_nextExternalRow = 2;
+    m_exportedFrameCount = 0;
+    m_nextSample = 0;
+}
+
+void ExcelExporter::openSheet(SheetId id, xlsx::DeflateWorkers* workers)
+{
+    sheet(id).open(m_tempFolder, m_nextSheetNumber++, m_rowLimit, workers);
+}
+
+QStringList ExcelExporter::continuationSheets() const
+{
+    QStringList titles;
+    for (const SheetEntry& entry : sheetCatalogue) {
+        const std::size_t parts = sheet(entry.id).parts().size();
+        for (std::size_t k = 2; k <= parts; ++k)
+            titles << QStringLiteral("%1 %2").arg(QString::fromLatin1(entry.title)).arg(k);
+    }
+    return titles;
 }
 
 void ExcelExporter::acquireTempFolder()
@@ -187,18 +195,9 @@ void ExcelExporter::cleanup()
 
 void ExcelExporter::stopDeflating()
 {
-    for (xlsx::PartFile& file : m_sheetFiles)
-        file.abandon();
+    for (xlsx::SheetStream& stream : m_sheets)
+        stream.abandon();
     m_deflateWorkers.reset();
-}
-
-const xlsx::PartFile* ExcelExporter::dataSheetNumbered(int sheetNumber) const
-{
-    for (int slot = 0; slot < DataSheetCount; ++slot) {
-        if (m_sheetNumbers[slot] == sheetNumber)
-            return &m_sheetFiles[slot];
-    }
-    return nullptr;
 }
 
 int ExcelExporter::rowSpan(RowSpan span) const

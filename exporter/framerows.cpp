@@ -40,15 +40,15 @@ bool ExcelExporter::exportFrame(int frame)
         const std::unique_ptr<TaviPoseObject> poseObject = m_host.pose(frame);
         const ConcreteTaviPose* pose = poseObject ? poseObject->pose() : nullptr;
         const int segmentCount = poseObject ? poseObject->segmentStateCount() : 0;
-        const int row = m_nextRow++;
+        const int frameOrdinal = m_exportedFrameCount++;
 
         for (int slot = 0; slot < DataSheetCount; ++slot) {
             const SheetId id = dataSheetAt(slot);
             if (id != SheetId::ExternalData && enabled(id))
-                writeSheetRow(id, frame, pose, segmentCount, row);
+                writeSheetRow(id, frame, pose, segmentCount);
         }
         if (m_writeExternalRows)
-            writeExternalRows(frame, row);
+            writeExternalRows(frame, frameOrdinal);
         if (enabled(SheetId::Markers)) {
             const QString text = m_host.markerText(frame);
             if (!text.isEmpty())
@@ -61,9 +61,10 @@ bool ExcelExporter::exportFrame(int frame)
     }
 }
 
-void ExcelExporter::writeSheetRow(SheetId id, int frame, const ConcreteTaviPose* pose, int segmentCount, int row)
+void ExcelExporter::writeSheetRow(SheetId id, int frame, const ConcreteTaviPose* pose, int segmentCount)
 {
-    xlsx::PartFile& file = sheetFile(id);
+    xlsx::SheetStream& file = sheet(id);
+    const int row = file.nextRow(m_cells, m_nextSheetNumber);
     m_cells.newRow(file, row, rowSpan(sheetEntry(id).span), true);
     m_cells.writeInt(file, row, 1, frame);
 
@@ -159,7 +160,7 @@ void ExcelExporter::writeFingerSegments(SheetId id, const ConcreteTaviPose* pose
 {
     if (!m_hasFingerTracking)
         return;
-    xlsx::PartFile& file = sheetFile(id);
+    xlsx::SheetStream& file = sheet(id);
     const bool hasData = pose && pose->hasFingerTrackingData();
     for (int hand = 0; hand < ZtHandCount; ++hand) {
         for (int finger = 0; finger < FingerSegmentsPerHand; ++finger) {
@@ -180,7 +181,7 @@ void ExcelExporter::writeFingerJoints(SheetId id, const ConcreteTaviPose* pose, 
 {
     if (!m_hasFingerTracking || !pose)
         return;
-    xlsx::PartFile& file = sheetFile(id);
+    xlsx::SheetStream& file = sheet(id);
     for (int hand = 0; hand < ZtHandCount; ++hand) {
         for (int joint = 0; joint < FingerJointsPerHand; ++joint) {
             const auto handId = static_cast<ZtHandId>(hand);
@@ -191,19 +192,20 @@ void ExcelExporter::writeFingerJoints(SheetId id, const ConcreteTaviPose* pose, 
     }
 }
 
-void ExcelExporter::writeExternalRows(int frame, int row)
+void ExcelExporter::writeExternalRows(int frame, int frameOrdinal)
 {
-    xlsx::PartFile& file = sheetFile(SheetId::ExternalData);
+    xlsx::SheetStream& file = sheet(SheetId::ExternalData);
     const int samplesPerFrame = m_emgCollector.samplesPerFrame();
     const int channels = m_emgCollector.channelCount();
     const QList<ZtVector>& data = m_emgCollector.resampled();
-    const auto firstSample = static_cast<std::size_t>(samplesPerFrame) * static_cast<std::size_t>(row - 2);
+    const auto firstSample = static_cast<std::size_t>(samplesPerFrame) * static_cast<std::size_t>(frameOrdinal);
 
     for (int sample = 0; sample < samplesPerFrame; ++sample) {
-        const int externalRow = m_nextExternalRow++;
+        const int externalRow = file.nextRow(m_cells, m_nextSheetNumber);
         m_cells.newRow(file, externalRow, channels + 2, true);
         m_cells.writeInt(file, externalRow, 1, frame);
-        m_cells.writeInt(file, externalRow, 2, externalRow - 2);
+        // The sample number counts on across continuation sheets.
+        m_cells.writeInt(file, externalRow, 2, m_nextSample++);
         for (int channel = 0; channel < channels; ++channel) {
             const ZtVector& values = data[channel];
             const std::size_t n = firstSample + static_cast<std::size_t>(sample);

@@ -19,12 +19,13 @@ double spreadsheetSerial(const QDateTime& moment)
 
 } // namespace
 
-void ExcelExporter::writeGeneralInformation(xlsx::PartFile& file)
+void ExcelExporter::writeGeneralInformation()
 {
+    xlsx::SheetStream& file = sheet(SheetId::GeneralInfo);
     if (file.isOpen()) {
-        file.write("<cols><col min=\"1\" max=\"1\" width=\"16\" customWidth=\"1\"/>"
+        file.body().write("<cols><col min=\"1\" max=\"1\" width=\"16\" customWidth=\"1\"/>"
                    "<col min=\"2\" max=\"2\" width=\"48\" customWidth=\"1\"/></cols>");
-        file.write("<sheetData>");
+        file.body().write("<sheetData>");
     }
 
     const auto textRow = [&](int row, const char* label, const QString& value) {
@@ -39,35 +40,32 @@ void ExcelExporter::writeGeneralInformation(xlsx::PartFile& file)
     // The start time carries the workbook's date style (style 1).
     m_cells.newRow(file, 4, 2, true);
     m_cells.writeString(file, 4, 1, QStringLiteral("Recorded Date UTC"));
-    file.write("<c r=\"B4\" s=\"1\"><v>");
-    char* out = file.reserve(64);
+    xlsx::PartFile& body = file.body();
+    file.include(4, 2);
+    body.write("<c r=\"B4\" s=\"1\"><v>");
+    char* out = body.reserve(64);
     out = std::to_chars(out, out + 64, spreadsheetSerial(m_host.recordStartTime()), std::chars_format::fixed, 15).ptr;
-    file.commit(out);
-    file.write("</v></c>");
+    body.commit(out);
+    body.write("</v></c>");
 
     m_cells.newRow(file, 5, 2, true);
     m_cells.writeString(file, 5, 1, QStringLiteral("Frame Rate"));
     m_cells.writeNumber(file, 5, 2, m_host.frameRate());
 
     textRow(6, "Processing Quality", m_host.processingQuality());
-    xlsx::finishSheet(file);
+    file.finish();
 }
 
 void ExcelExporter::writeMarkersSheet()
 {
-    xlsx::PartFile file;
-    // The dimension names the last marker's ordinal, not its row: A1:Bm.
-    xlsx::createSheetFile(file, 2, m_tempFolder, static_cast<int>(m_markerList.size()), 2);
-    file.write("<sheetData>");
-    m_cells.newRow(file, 1, 2, false);
-    m_cells.writeString(file, 1, 1, QStringLiteral("Frame"));
-    m_cells.writeString(file, 1, 2, QStringLiteral("Marker Text"));
-    int row = 2;
+    xlsx::SheetStream& file = sheet(SheetId::Markers);
+    file.open(m_tempFolder, 2, m_rowLimit);
+    file.writePrologue(m_cells, {}, {QStringLiteral("Frame"), QStringLiteral("Marker Text")});
     for (const auto& [frame, text] : m_markerList) {
+        const int row = file.nextRow(m_cells, m_nextSheetNumber);
         m_cells.newRow(file, row, 2, true);
         m_cells.writeInt(file, row, 1, frame);
         m_cells.writeString(file, row, 2, text);
-        ++row;
     }
-    xlsx::finishSheet(file);
+    file.finish();
 }

@@ -4,6 +4,7 @@
 #include "excelexporter.h"
 
 #include "packageparts.h"
+#include "sheetstream.h"
 #include "targetfile.h"
 #include "worksheet.h"
 #include "zip.h"
@@ -13,6 +14,8 @@
 #include <QFileInfo>
 
 #include <memory>
+#include <string>
+#include <vector>
 #include <stdexcept>
 
 namespace {
@@ -82,11 +85,21 @@ void ExcelExporter::assemblePackage()
         xlsx::writeAppPropertiesHead(appProperties, m_nextSheetNumber - 1);
         xlsx::writeWorkbookRelsHead(workbookRels);
 
-        int sheetNumber = 1;
+        // Continuation sheets follow the sheet they continue in tab order; the relationships
+        // go by sheet number.
         for (const SheetEntry& entry : sheetCatalogue) {
-            const bool on = entry.id == SheetId::GeneralInfo || enabled(entry.id);
-            xlsx::addSheet(on, sheetNumber, entry.title, workbook, contentTypes, appProperties, workbookRels);
+            if (entry.id != SheetId::GeneralInfo && !enabled(entry.id))
+                continue;
+            const std::vector<xlsx::SheetStream::Part>& parts = sheet(entry.id).parts();
+            for (std::size_t k = 0; k < parts.size(); ++k) {
+                std::string title = entry.title;
+                if (k > 0)
+                    title.append(" ").append(std::to_string(k + 1));
+                xlsx::addSheet(parts[k].sheetNumber, title, workbook, contentTypes, appProperties);
+            }
         }
+        for (int number = 1; number < m_nextSheetNumber; ++number)
+            xlsx::addSheetRelationship(number, workbookRels);
 
         xlsx::writeWorkbookTail(workbook);
         xlsx::writeContentTypesTail(contentTypes);
@@ -94,8 +107,13 @@ void ExcelExporter::assemblePackage()
         xlsx::writeWorkbookRelsTail(workbookRels, m_nextSheetNumber);
     }
 
-    for (xlsx::PartFile& file : m_sheetFiles)
-        xlsx::finishSheet(file);
+    // Every part by sheet number, for the heads written in front of the bodies.
+    std::vector<xlsx::SheetStream::Part> parts(static_cast<std::size_t>(m_nextSheetNumber));
+    for (xlsx::SheetStream& stream : m_sheets) {
+        stream.finish();
+        for (const xlsx::SheetStream::Part& part : stream.parts())
+            parts.at(static_cast<std::size_t>(part.sheetNumber)) = part;
+    }
 
     m_targetPath = QFileInfo(m_targetPath).absoluteFilePath();
     // The archive is written inside the temporary folder and replaces the target only when whole.
@@ -105,7 +123,7 @@ void ExcelExporter::assemblePackage()
         throw std::runtime_error("Could not create final xlsx file");
 
     const QByteArray coreProperties =
-        xlsx::coreProperties(xlsx::corePropertiesTimestamp(QDateTime::currentDateTime()));
+        xlsx::coreProperties(xlsx::corePropertiesTimestamp(QDateTime::currentDateTimeUtc()));
     addContents(archive.get(), "_rels/.rels", xlsx::PackageRelationships);
     addContents(archive.get(), "docProps/core.xml", std::string_view(coreProperties.constData(), coreProperties.size()));
     addContents(archive.get(), "xl/styles.xml", xlsx::StyleSheet);
@@ -115,15 +133,11 @@ void ExcelExporter::assemblePackage()
     addFile(archive.get(), "xl/_rels/workbook.xml.rels", m_tempFolder + QStringLiteral("workbook.xml.rels"));
     addFile(archive.get(), "xl/sharedStrings.xml", m_tempFolder + QStringLiteral("sharedStrings.xml"));
     addFile(archive.get(), "xl/workbook.xml", m_tempFolder + QStringLiteral("workbook.xml"));
-    for (int sheet = 1; sheet < m_nextSheetNumber; ++sheet) {
-        const QByteArray entryName = QStringLiteral("xl/worksheets/sheet%1.xml").arg(sheet).toUtf8();
-        const QString path = QStringLiteral("%1sheet%2.xml").arg(m_tempFolder, QString::number(sheet));
-        const xlsx::PartFile* dataSheet = dataSheetNumbered(sheet);
-        if (dataSheet && dataSheet->isDeflated())
-            xlsx::addDeflatedFileToZip(archive.get(), entryName.constData(), QDir::toNativeSeparators(path).toUtf8().constData(),
-                                       dataSheet->deflatedText());
-        else
-            addFile(archive.get(), entryName.constData(), path);
+    for (int number = 1; number < m_nextSheetNumber; ++number) {
+        const QByteArray entryName = QStringLiteral("xl/worksheets/sheet%1.xml").arg(number).toUtf8();
+        const QString body = QStringLiteral("%1sheet%2.xml").arg(m_tempFolder, QString::number(number));
+        xlsx::addWorksheetToZip(archive.get(), entryName.constData(), parts[static_cast<std::size_t>(number)],
+                                QDir::toNativeSeparators(body).toUtf8().constData(), ArchiveLevel);
     }
     if (zip_close(archive.release()) != 0 || !replaceTarget(archivePath, m_targetPath))
         throw std::runtime_error("Could not create final xlsx file");

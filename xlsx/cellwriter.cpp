@@ -5,6 +5,7 @@
 
 #include <zttypes.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 
@@ -12,8 +13,8 @@ namespace xlsx {
 
 namespace {
 
-// Longest cell text: "<c r=\"", two letters, eleven row digits, the string form's middle,
-// the number's room (G15Room, more than its 24 characters) and "</v></c>" come to 78 bytes.
+// Longest cell text: "<c r=\"", three letters, eleven row digits, the string form's middle,
+// the number's room (G15Room, more than its 24 characters) and "</v></c>" come to 79 bytes.
 constexpr std::size_t MaxCellSize = 96;
 constexpr std::size_t MaxRowStartSize = 64;
 constexpr double SmallestNonZeroComponent = 1e-12;
@@ -24,41 +25,95 @@ char* copyText(char* out, std::string_view text)
     return out + text.size();
 }
 
-// Writes `text` as UTF-8 character data: &, < and > as entities, characters that XML 1.0
-// does not allow (C0 controls other than tab, LF and CR; U+FFFE and U+FFFF) left out.
-void writeEscapedText(PartFile& file, const QString& text)
+// Magnitudes up to this one print with 15 digits as finite values; above it only the printed
+// text tells whether a reader would take it as infinite.
+constexpr double LargestPlainMagnitude = 1.7976931348623e308;
+constexpr std::string_view PrintedBeyondRange = "1.79769313486232e+308";
+
+// Whether a value past LargestPlainMagnitude (or not finite) gives a cell that reads back finite.
+bool printsFinite(double value)
 {
-    const QByteArray utf8 = text.toUtf8();
+    if (!std::isfinite(value))
+        return false;
+    char text[32];
+    const char* end = std::to_chars(text, text + sizeof text, std::abs(value), std::chars_format::general, 15).ptr;
+    return std::string_view(text, static_cast<std::size_t>(end - text)) != PrintedBeyondRange;
+}
+
+// A spreadsheet cell holds at most this many UTF-16 code units of text.
+constexpr qsizetype MaxCellTextLength = 32767;
+
+// C0 controls other than tab, LF and CR, U+FFFE and U+FFFF: not allowed in XML 1.0.
+bool isForbiddenInXml(char16_t c)
+{
+    return (c < 0x20 && c != u'\t' && c != u'\n' && c != u'\r') || c == 0xFFFE || c == 0xFFFF;
+}
+
+bool isBlank(QChar c)
+{
+    return c == u' ' || c == u'\t' || c == u'\n' || c == u'\r';
+}
+
+bool isHexDigit(char c)
+{
+    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
+}
+
+// Whether `p` starts a literal _xHHHH_, which clients would otherwise decode as one character.
+bool startsEscapePattern(const char* p, const char* end)
+{
+    return end - p >= 7 && p[0] == '_' && p[1] == 'x' && isHexDigit(p[2]) && isHexDigit(p[3]) && isHexDigit(p[4])
+           && isHexDigit(p[5]) && p[6] == '_';
+}
+
+// The text a cell can hold: characters XML forbids dropped, then cut to the cell's length
+// without splitting a surrogate pair.
+QString cellText(const QString& text)
+{
+    QString kept;
+    kept.reserve(std::min(text.size(), MaxCellTextLength + 1));
+    for (QChar c : text) {
+        if (!isForbiddenInXml(c.unicode()))
+            kept.append(c);
+    }
+    if (kept.size() > MaxCellTextLength)
+        kept.truncate(kept.at(MaxCellTextLength - 1).isHighSurrogate() ? MaxCellTextLength - 1 : MaxCellTextLength);
+    return kept;
+}
+
+// Writes one shared-string item: the text as UTF-8 with &, < and > as entities, a carriage
+// return as a character reference (a reader would turn a literal one into a line feed) and
+// the underscore of every literal _xHHHH_ as _x005F_; blanks at either end are marked kept.
+void writeStringItem(PartFile& file, const QString& text)
+{
+    const QString kept = cellText(text);
+    const bool keepBlanks = !kept.isEmpty() && (isBlank(kept.front()) || isBlank(kept.back()));
+    file.write(keepBlanks ? "<si><t xml:space=\"preserve\">" : "<si><t>");
+
+    const QByteArray utf8 = kept.toUtf8();
     const char* const begin = utf8.constData();
     const char* const end = begin + utf8.size();
     const char* plainStart = begin;
-    auto writePlainUpTo = [&](const char* p) { file.write(std::string_view(plainStart, p - plainStart)); };
-
-    for (const char* p = begin; p != end;) {
-        const auto byte = static_cast<unsigned char>(*p);
+    for (const char* p = begin; p != end; ++p) {
         std::string_view replacement;
-        std::size_t length = 1;
-        if (byte == '&')
+        if (*p == '&')
             replacement = "&amp;";
-        else if (byte == '<')
+        else if (*p == '<')
             replacement = "&lt;";
-        else if (byte == '>')
+        else if (*p == '>')
             replacement = "&gt;";
-        else if (byte < 0x20 && byte != '\t' && byte != '\n' && byte != '\r') {
-            // dropped
-        } else if (byte == 0xEF && end - p >= 3 && static_cast<unsigned char>(p[1]) == 0xBF
-                 && (static_cast<unsigned char>(p[2]) == 0xBE || static_cast<unsigned char>(p[2]) == 0xBF)) {
-            length = 3; // U+FFFE or U+FFFF
-        } else {
-            ++p;
+        else if (*p == '\r')
+            replacement = "&#13;";
+        else if (*p == '_' && startsEscapePattern(p, end))
+            replacement = "_x005F_";
+        else
             continue;
-        }
-        writePlainUpTo(p);
+        file.write(std::string_view(plainStart, static_cast<std::size_t>(p - plainStart)));
         file.write(replacement);
-        p += length;
-        plainStart = p;
+        plainStart = p + 1;
     }
-    writePlainUpTo(end);
+    file.write(std::string_view(plainStart, static_cast<std::size_t>(end - plainStart)));
+    file.write("</t></si>");
 }
 
 } // namespace
@@ -87,23 +142,26 @@ char* CellWriter::writeCellReference(char* out, int row, int column)
     return out + m_rowDigitCount;
 }
 
-void CellWriter::newRow(PartFile& file, int row, int lastColumn, bool closePrevious)
+void CellWriter::newRow(SheetStream& sheet, int row, int lastColumn, bool closePrevious)
 {
     cacheRow(row);
+    PartFile& file = sheet.body();
     char* out = file.reserve(MaxRowStartSize);
     if (closePrevious)
         out = copyText(out, "</row>");
     out = copyText(out, "<row r=\"");
     out = copyText(out, std::string_view(m_rowDigits, m_rowDigitCount));
     out = copyText(out, "\" spans=\"1:");
-    out = std::to_chars(out, out + 11, lastColumn).ptr;
+    out = std::to_chars(out, out + 11, std::min(lastColumn, MaxColumn)).ptr;
     file.commit(copyText(out, "\">"));
 }
 
-void CellWriter::writeNumber(PartFile& file, int row, int column, double value)
+void CellWriter::writeNumber(SheetStream& sheet, int row, int column, double value)
 {
-    if (!std::isfinite(value))
+    if ((!(std::abs(value) <= LargestPlainMagnitude) && !printsFinite(value)) || column > MaxColumn)
         return;
+    sheet.include(row, column);
+    PartFile& file = sheet.body();
     char* out = file.reserve(MaxCellSize);
     out = copyText(out, "<c r=\"");
     out = writeCellReference(out, row, column);
@@ -112,8 +170,12 @@ void CellWriter::writeNumber(PartFile& file, int row, int column, double value)
     file.commit(copyText(out, "</v></c>"));
 }
 
-void CellWriter::writeIntegerCell(PartFile& file, int row, int column, std::string_view middle, int value)
+void CellWriter::writeIntegerCell(SheetStream& sheet, int row, int column, std::string_view middle, int value)
 {
+    if (column > MaxColumn)
+        return;
+    sheet.include(row, column);
+    PartFile& file = sheet.body();
     char* out = file.reserve(MaxCellSize);
     out = copyText(out, "<c r=\"");
     out = writeCellReference(out, row, column);
@@ -122,30 +184,31 @@ void CellWriter::writeIntegerCell(PartFile& file, int row, int column, std::stri
     file.commit(copyText(out, "</v></c>"));
 }
 
-void CellWriter::writeInt(PartFile& file, int row, int column, int value)
+void CellWriter::writeInt(SheetStream& sheet, int row, int column, int value)
 {
-    writeIntegerCell(file, row, column, "\"><v>", value);
+    writeIntegerCell(sheet, row, column, "\"><v>", value);
 }
 
-void CellWriter::writeVec(PartFile& file, int row, int index, const ZtVector& v)
+void CellWriter::writeVec(SheetStream& sheet, int row, int index, const ZtVector& v)
 {
     const int firstColumn = index * 3 + 2;
-    for (std::size_t k = 0; k < v.size(); ++k) {
+    const std::size_t components = std::min<std::size_t>(v.size(), 3);
+    for (std::size_t k = 0; k < components; ++k) {
         const double value = std::abs(v[k]) < SmallestNonZeroComponent ? 0.0 : v[k];
-        writeNumber(file, row, firstColumn + static_cast<int>(k), value);
+        writeNumber(sheet, row, firstColumn + static_cast<int>(k), value);
     }
 }
 
-void CellWriter::writeQuat(PartFile& file, int row, int index, const ZtQuaternion& q)
+void CellWriter::writeQuat(SheetStream& sheet, int row, int index, const ZtQuaternion& q)
 {
     const int firstColumn = index * 4 + 2;
-    writeNumber(file, row, firstColumn, q.q0);
-    writeNumber(file, row, firstColumn + 1, q.q1);
-    writeNumber(file, row, firstColumn + 2, q.q2);
-    writeNumber(file, row, firstColumn + 3, q.q3);
+    writeNumber(sheet, row, firstColumn, q.q0);
+    writeNumber(sheet, row, firstColumn + 1, q.q1);
+    writeNumber(sheet, row, firstColumn + 2, q.q2);
+    writeNumber(sheet, row, firstColumn + 3, q.q3);
 }
 
-void CellWriter::writeString(PartFile& file, int row, int column, const QString& text)
+void CellWriter::writeString(SheetStream& sheet, int row, int column, const QString& text)
 {
     int index;
     const auto found = m_stringIndex.constFind(text);
@@ -157,17 +220,17 @@ void CellWriter::writeString(PartFile& file, int row, int column, const QString&
         m_stringIndex.insert(text, index);
     }
 
-    writeIntegerCell(file, row, column, "\" t=\"s\"><v>", index);
+    writeIntegerCell(sheet, row, column, "\" t=\"s\"><v>", index);
     ++m_stringCellCount;
 }
 
-void CellWriter::setHeaders(PartFile& file, const QList<QString>& headers)
+void CellWriter::setHeaders(SheetStream& sheet, const QList<QString>& headers)
 {
-    file.write("<sheetData>");
+    sheet.body().write("<sheetData>");
     const int count = static_cast<int>(headers.size());
-    newRow(file, 1, count, false);
+    newRow(sheet, 1, count, false);
     for (int i = 0; i < count; ++i)
-        writeString(file, 1, i + 1, headers[i]);
+        writeString(sheet, 1, i + 1, headers[i]);
 }
 
 void CellWriter::writeSharedStringTable(PartFile& file) const
@@ -180,11 +243,8 @@ void CellWriter::writeSharedStringTable(PartFile& file) const
     file.write("\" uniqueCount=\"");
     file.write(_itoa(static_cast<int>(m_sharedStrings.size()), uniqueCount));
     file.write("\">");
-    for (const QString& text : m_sharedStrings) {
-        file.write("<si><t>");
-        writeEscapedText(file, text);
-        file.write("</t></si>");
-    }
+    for (const QString& text : m_sharedStrings)
+        writeStringItem(file, text);
     file.write("</sst>");
     file.close();
 }

@@ -3,6 +3,7 @@
 // Rows and cells of worksheets, and the shared-string table that string cells index.
 
 #include "partfile.h"
+#include "sheetstream.h"
 
 #include <QHash>
 #include <QList>
@@ -22,25 +23,34 @@ public:
     // Empties the shared-string table and the string cell count.
     void reset();
 
-    // "</row>" first when closePrevious, then the start tag of `row` spanning 1:lastColumn.
-    void newRow(PartFile& file, int row, int lastColumn, bool closePrevious = true);
-    // "%.15g" with '.'; a non-finite value writes no cell.
-    void writeNumber(PartFile& file, int row, int column, double value);
-    void writeInt(PartFile& file, int row, int column, int value);
-    // Component k at column index*3+2+k; magnitudes below 1e-12 are written as 0.
-    void writeVec(PartFile& file, int row, int index, const ZtVector& v);
+    // The last column a cell may take (XFD); cells further right are left out.
+    static constexpr int MaxColumn = 16384;
+
+    // "</row>" first when closePrevious, then the start tag of `row` spanning 1:lastColumn
+    // (at most 1:MaxColumn).
+    void newRow(SheetStream& sheet, int row, int lastColumn, bool closePrevious = true);
+    // "%.15g" with '.'; a value that is not finite, or whose text would read back as infinite
+    // (1.79769313486232e+308), writes no cell.
+    void writeNumber(SheetStream& sheet, int row, int column, double value);
+    void writeInt(SheetStream& sheet, int row, int column, int value);
+    // x, y, z at columns index*3+2 .. index*3+4 (further components are ignored); magnitudes
+    // below 1e-12 are written as 0.
+    void writeVec(SheetStream& sheet, int row, int index, const ZtVector& v);
     // q0..q3 at columns index*4+2 .. index*4+5, as they are.
-    void writeQuat(PartFile& file, int row, int index, const ZtQuaternion& q);
+    void writeQuat(SheetStream& sheet, int row, int index, const ZtQuaternion& q);
     // A shared-string cell; the text joins the table on first use.
-    void writeString(PartFile& file, int row, int column, const QString& text);
+    void writeString(SheetStream& sheet, int row, int column, const QString& text);
     // "<sheetData>" and row 1 holding the headers; the row stays open.
-    void setHeaders(PartFile& file, const QList<QString>& headers);
+    void setHeaders(SheetStream& sheet, const QList<QString>& headers);
 
     const QStringList& sharedStrings() const { return m_sharedStrings; }
     int stringCellCount() const { return m_stringCellCount; }
 
-    // Writes the whole xl/sharedStrings.xml part into the freshly created `file` and closes it:
-    // texts as UTF-8 with &, <, > escaped and the characters XML 1.0 forbids dropped.
+    // Writes the whole xl/sharedStrings.xml part into the freshly created `file` and closes it.
+    // Texts are UTF-8 with &, <, > escaped and the characters XML 1.0 forbids dropped, written
+    // so that clients read them back as they are: a carriage return as a character reference,
+    // blanks at either end marked to be kept, the underscore of a literal _xHHHH_ escaped as
+    // _x005F_, and a text longer than a cell holds (32,767 UTF-16 units) cut to that length.
     void writeSharedStringTable(PartFile& file) const;
 
 private:
@@ -49,7 +59,7 @@ private:
     // Column letters and row digits of a cell reference at out; returns the end.
     char* writeCellReference(char* out, int row, int column);
     // An integer cell: reference, the form's middle ("\"><v>" or the shared-string one), value.
-    void writeIntegerCell(PartFile& file, int row, int column, std::string_view middle, int value);
+    void writeIntegerCell(SheetStream& sheet, int row, int column, std::string_view middle, int value);
 
     QStringList m_sharedStrings;
     QHash<QString, int> m_stringIndex;

@@ -114,9 +114,9 @@ const std::string_view CorePropertiesMiddle =
 const std::string_view CorePropertiesTail =
     "</dcterms:modified></cp:coreProperties>";
 
-QString corePropertiesTimestamp(const QDateTime& localTime)
+QString corePropertiesTimestamp(const QDateTime& moment)
 {
-    return localTime.toString(QStringLiteral("yyyy-MM-dd'T'hh:mm:ss'Z'"));
+    return moment.toUTC().toString(QStringLiteral("yyyy-MM-dd'T'hh:mm:ss'Z'"));
 }
 
 QByteArray coreProperties(const QString& timestamp)

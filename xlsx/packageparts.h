@@ -27,9 +27,8 @@ extern const std::string_view Theme;
 extern const std::string_view CorePropertiesHead;
 extern const std::string_view CorePropertiesMiddle;
 extern const std::string_view CorePropertiesTail;
-// The timestamp of the core properties: local time as "yyyy-MM-ddThh:mm:ss" followed by a
-// literal Z, as the part has always been written.
-QString corePropertiesTimestamp(const QDateTime& localTime);
+// The timestamp of the core properties: the moment in UTC as "yyyy-MM-ddThh:mm:ssZ".
+QString corePropertiesTimestamp(const QDateTime& moment);
 // The whole docProps/core.xml text, created and modified both at `timestamp` (UTF-8).
 QByteArray coreProperties(const QString& timestamp);
 

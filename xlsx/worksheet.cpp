@@ -9,16 +9,6 @@ namespace xlsx {
 
 namespace {
 
-constexpr std::string_view WorksheetHead =
-    "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n"
-    "<worksheet xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\""
-    " xmlns:r=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships\">"
-    "<dimension ref=\"A1";
-constexpr std::string_view WorksheetHeadEnd =
-    "\"/><sheetViews><sheetView showRuler=\"0\" workbookViewId=\"0\"/></sheetViews>"
-    "<sheetFormatPr defaultRowHeight=\"15\"/>";
-constexpr std::string_view WorksheetEnd = "</row></sheetData></worksheet>";
-
 char* copyText(char* out, std::string_view text)
 {
     std::memcpy(out, text.data(), text.size());
@@ -40,11 +30,16 @@ char* _itoa(int value, char* buffer)
 
 char* writeColumnLetters(int column, char* out)
 {
-    if (column > 26) {
+    if (column <= 26) {
+        *out++ = static_cast<char>('@' + column);
+    } else if (column <= 702) {
         *out++ = static_cast<char>('@' + (column - 1) / 26);
         *out++ = static_cast<char>('A' + (column - 1) % 26);
     } else {
-        *out++ = static_cast<char>('@' + column);
+        const int past = column - 703;  // AAA
+        *out++ = static_cast<char>('A' + past / 676);
+        *out++ = static_cast<char>('A' + past / 26 % 26);
+        *out++ = static_cast<char>('A' + past % 26);
     }
     return out;
 }
@@ -60,33 +55,11 @@ void createBasic(PartFile& file, const QString& path)
     file.open(path);
 }
 
-void createSheetFile(PartFile& file, int sheetNumber, const QString& folder, int lastRow, int lastColumn,
-                     DeflateWorkers* workers)
-{
-    const QString path = folder + QStringLiteral("/sheet%1.xml").arg(sheetNumber);
-    if (workers)
-        file.open(path, *workers);
-    else
-        createBasic(file, path);
-    file.write(WorksheetHead);
-    if (lastRow != 0 && lastColumn != 0) {
-        char* out = file.reserve(32);
-        *out++ = ':';
-        file.commit(writeDecimal(lastRow, writeColumnLetters(lastColumn, out)));
-    }
-    file.write(WorksheetHeadEnd);
-}
-
-void finishSheet(PartFile& file)
-{
-    if (!file.isOpen())
-        return;
-    file.write(WorksheetEnd);
-    file.close();
-}
-
 void writeHiddenColumns(PartFile& file, const std::vector<std::pair<int, int>>& ranges)
 {
+    // The schema does not allow an empty <cols> element.
+    if (ranges.empty())
+        return;
     file.write("<cols>");
     for (const auto& [first, last] : ranges) {
         char* out = file.reserve(64);
@@ -99,14 +72,11 @@ void writeHiddenColumns(PartFile& file, const std::vector<std::pair<int, int>>& 
     file.write("</cols>");
 }
 
-void addSheet(bool enabled, int& counter, const char* name, PartFile& workbook, PartFile& contentTypes,
-              PartFile& appProperties, PartFile& workbookRels)
+void addSheet(int sheetNumber, std::string_view title, PartFile& workbook, PartFile& contentTypes,
+              PartFile& appProperties)
 {
-    if (!enabled)
-        return;
     char number[12];
-    const std::string_view n = _itoa(counter, number);
-    const std::string_view title = name;
+    const std::string_view n = _itoa(sheetNumber, number);
 
     workbook.write("<sheet name=\"");
     workbook.write(title);
@@ -123,27 +93,23 @@ void addSheet(bool enabled, int& counter, const char* name, PartFile& workbook, 
     appProperties.write("<vt:lpstr>");
     appProperties.write(title);
     appProperties.write("</vt:lpstr>");
+}
 
+void addSheetRelationship(int sheetNumber, PartFile& workbookRels)
+{
+    char number[12];
+    const std::string_view n = _itoa(sheetNumber, number);
     workbookRels.write("<Relationship Id=\"rId");
     workbookRels.write(n);
     workbookRels.write("\" Type=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships/worksheet\""
                        " Target=\"worksheets/sheet");
     workbookRels.write(n);
     workbookRels.write(".xml\"/>");
-
-    ++counter;
 }
 
 void addFileToZip(zip_t* archive, const char* entryName, const char* path)
 {
     if (zip_entry_open(archive, entryName) != 0 || zip_entry_fwrite(archive, path) != 0
-        || zip_entry_close(archive) != 0)
-        throw std::runtime_error("Could not add file to xlsx");
-}
-
-void addDeflatedFileToZip(zip_t* archive, const char* entryName, const char* path, DeflatedText text)
-{
-    if (zip_entry_open(archive, entryName) != 0 || zip_entry_fwrite_deflated(archive, path, text.crc, text.length) != 0
         || zip_entry_close(archive) != 0)
         throw std::runtime_error("Could not add file to xlsx");
 }

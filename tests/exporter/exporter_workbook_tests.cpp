@@ -55,7 +55,7 @@ TEST_F(ExportTest, FullExportHoldsEverySheetInCatalogueOrder)
     EXPECT_EQ(info.text(6, 2), "HD");
 
     const DumpedSheet& markers = *book->sheet(QStringLiteral("Markers"));
-    EXPECT_EQ(markers.dimension, "A1:B2");
+    EXPECT_EQ(markers.dimension, "A1:B3");
     ASSERT_EQ(markers.rowCount(), 3);
     EXPECT_EQ(markers.headers(), QStringList({"Frame", "Marker Text"}));
     EXPECT_EQ(markers.number(2, 1), 3);
@@ -209,7 +209,7 @@ TEST_F(ExportTest, FrameSkipSelectsFramesFromTheFirstExported)
     EXPECT_EQ(velocity->number(2, 1), 10);
     EXPECT_EQ(velocity->number(3, 1), 13);
     expectVector(*velocity, 3, 4, vectorValue(13, 4, Vel));
-    EXPECT_EQ(velocity->dimension, "A1:BR2");  // 4 frames / 3, by integer division
+    EXPECT_EQ(velocity->dimension, "A1:BR3");
     const DumpedSheet* markers = book->sheet(QStringLiteral("Markers"));
     ASSERT_EQ(markers->rowCount(), 2);
     EXPECT_EQ(markers->text(2, 2), "kept");

@@ -4,6 +4,7 @@
 #include "worksheet.h"
 
 #include <QTemporaryDir>
+#include <QTimeZone>
 #include <QXmlStreamReader>
 
 #include <gtest/gtest.h>
@@ -93,9 +94,10 @@ TEST(PackageParts, FixedTextsKeepTheirSizesAndAreWellFormed)
         EXPECT_EQ(theme["a:themeElements"]["a:fmtScheme"][list].children.size(), 3u) << list;
 }
 
-TEST(PackageParts, CorePropertiesCarryTheLocalTimeLabelledZ)
+TEST(PackageParts, CorePropertiesCarryTheTimeInUtc)
 {
-    const QString timestamp = xlsx::corePropertiesTimestamp(QDateTime(QDate(2026, 4, 5), QTime(13, 7, 9)));
+    const QString timestamp =
+        xlsx::corePropertiesTimestamp(QDateTime(QDate(2026, 4, 5), QTime(15, 7, 9), QTimeZone(2 * 3600)));
     EXPECT_EQ(timestamp, QStringLiteral("2026-04-05T13:07:09Z"));
     EXPECT_EQ(xlsx::coreProperties(timestamp).toStdString(),
               Declaration
@@ -113,7 +115,8 @@ TEST(PackageParts, CorePropertiesCarryTheLocalTimeLabelledZ)
 class WorkbookFragments : public ::testing::Test
 {
 protected:
-    void build(int nextSheetNumber, const std::vector<std::pair<bool, const char*>>& sheets)
+    // Sheets as (number, title) in tab order; the relationships follow the numbers.
+    void build(int nextSheetNumber, const std::vector<std::pair<int, const char*>>& sheets)
     {
         ASSERT_TRUE(dir.isValid());
         for (int i = 0; i < 4; ++i)
@@ -122,10 +125,10 @@ protected:
         xlsx::writeContentTypesHead(files[1]);
         xlsx::writeAppPropertiesHead(files[2], nextSheetNumber - 1);
         xlsx::writeWorkbookRelsHead(files[3]);
-        int counter = 1;
-        for (const auto& [enabled, title] : sheets)
-            xlsx::addSheet(enabled, counter, title, files[0], files[1], files[2], files[3]);
-        EXPECT_EQ(counter, nextSheetNumber);
+        for (const auto& [number, title] : sheets)
+            xlsx::addSheet(number, title, files[0], files[1], files[2]);
+        for (int number = 1; number < nextSheetNumber; ++number)
+            xlsx::addSheetRelationship(number, files[3]);
         xlsx::writeWorkbookTail(files[0]);
         xlsx::writeContentTypesTail(files[1]);
         xlsx::writeAppPropertiesTail(files[2]);
@@ -158,9 +161,9 @@ std::string relationship(int id, const std::string& type, const std::string& tar
            "officeDocument/2006/relationships/" + type + "\" Target=\"" + target + "\"/>";
 }
 
-TEST_F(WorkbookFragments, TwoSheetsOfThree)
+TEST_F(WorkbookFragments, TwoSheets)
 {
-    build(3, {{true, "General Information"}, {false, "Markers"}, {true, "Segment Orientation - Quat"}});
+    build(3, {{1, "General Information"}, {2, "Segment Orientation - Quat"}});
     EXPECT_EQ(part(0),
               Declaration
                   + "<workbook xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\" "
@@ -205,7 +208,7 @@ TEST_F(WorkbookFragments, TwoSheetsOfThree)
 
 TEST_F(WorkbookFragments, OnlyGeneralInformation)
 {
-    build(2, {{true, "General Information"}});
+    build(2, {{1, "General Information"}});
     const std::string app = part(2);
     EXPECT_NE(app.find("<vt:i4>1</vt:i4>"), std::string::npos) << app;
     EXPECT_NE(app.find("<vt:vector size=\"1\" baseType=\"lpstr\"><vt:lpstr>General Information</vt:lpstr></vt:vector>"),
@@ -214,6 +217,29 @@ TEST_F(WorkbookFragments, OnlyGeneralInformation)
                            + relationship(3, "styles", "styles.xml") + relationship(4, "sharedStrings", "sharedStrings.xml")
                            + "</Relationships>"),
               std::string::npos);
+}
+
+// A continuation sheet numbered after the others stands next to the sheet it continues in tab
+// order, while the relationships stay in number order.
+TEST_F(WorkbookFragments, ContinuationSheetsStandInTabOrder)
+{
+    build(5, {{1, "General Information"}, {2, "External Data"}, {4, "External Data 2"}, {3, "Sensor Orientation - Quat"}});
+    EXPECT_NE(part(0).find("<sheet name=\"External Data\" sheetId=\"2\" r:id=\"rId2\"/>"
+                           "<sheet name=\"External Data 2\" sheetId=\"4\" r:id=\"rId4\"/>"
+                           "<sheet name=\"Sensor Orientation - Quat\" sheetId=\"3\" r:id=\"rId3\"/></sheets>"),
+              std::string::npos);
+    const std::string worksheet = "officedocument.spreadsheetml.worksheet+xml";
+    EXPECT_NE(part(1).find(contentType("/xl/worksheets/sheet2.xml", worksheet) + contentType("/xl/worksheets/sheet4.xml", worksheet)
+                           + contentType("/xl/worksheets/sheet3.xml", worksheet)),
+              std::string::npos);
+    EXPECT_NE(part(2).find("<vt:i4>4</vt:i4>"), std::string::npos);
+    EXPECT_NE(part(2).find("<vt:lpstr>External Data</vt:lpstr><vt:lpstr>External Data 2</vt:lpstr>"
+                           "<vt:lpstr>Sensor Orientation - Quat</vt:lpstr>"),
+              std::string::npos);
+    std::string relationships;
+    for (int number = 1; number <= 4; ++number)
+        relationships += relationship(number, "worksheet", "worksheets/sheet" + std::to_string(number) + ".xml");
+    EXPECT_NE(part(3).find(relationships + relationship(5, "theme", "theme/theme1.xml")), std::string::npos);
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 // Worksheet text, cells and the shared-string table, read back from the part files.
 
 #include "cellwriter.h"
+#include "sheetstream.h"
 #include "worksheet.h"
 #include "zip.h"
 
@@ -70,63 +71,65 @@ std::string thrownMessage(Action&& action)
     return "no exception";
 }
 
-// A part file in a fresh folder, closed and read back by text().
+// A sheet body in a fresh folder, closed and read back by text().
 class PartText : public ::testing::Test
 {
 protected:
     void SetUp() override
     {
         ASSERT_TRUE(dir.isValid());
-        xlsx::createBasic(file, path());
+        file.open(dir.path(), 1);
     }
-    QString path() const { return dir.filePath(QStringLiteral("part.xml")); }
+    QString path() const { return dir.filePath(QStringLiteral("sheet1.xml")); }
     std::string text()
     {
-        file.close();
+        file.body().close();
         return readFile(path());
     }
 
     QTemporaryDir dir;
-    xlsx::PartFile file;
+    xlsx::SheetStream file;
     xlsx::CellWriter cells;
 };
 
-TEST_F(PartText, SheetHeadNamesTheDimensionOnlyWhenRowsAndColumnsAreKnown)
+// The dimension is the smallest range from A1 holding the extent; columns past ZZ take three
+// letters, up to XFD.
+TEST(SheetHead, NamesTheExtent)
 {
     const struct {
         int lastRow, lastColumn;
         std::string ref;
-    } cases[] = {{1, 26, "A1:Z1"},   {2, 27, "A1:AA2"},  {1201, 52, "A1:AZ1201"}, {1048576, 53, "A1:BA1048576"},
-                 {3, 702, "A1:ZZ3"}, {9, 96, "A1:CR9"}, {0, 5, "A1"},           {7, 0, "A1"}};
-    for (int i = 0; i < 8; ++i) {
-        xlsx::createSheetFile(file, i, dir.path(), cases[i].lastRow, cases[i].lastColumn);
-        file.close();
-        EXPECT_EQ(readFile(dir.filePath(QStringLiteral("sheet%1.xml").arg(i))), SheetHeadStart + cases[i].ref + SheetHeadEnd);
-    }
-    // A folder that already ends in a separator names the same file.
-    xlsx::createSheetFile(file, 9, dir.path() + QLatin1Char('/'), 0, 0);
-    file.close();
-    EXPECT_TRUE(QFileInfo::exists(dir.path() + QStringLiteral("/sheet9.xml")));
+    } cases[] = {{1, 26, "A1:Z1"},   {2, 27, "A1:AA2"},     {1201, 52, "A1:AZ1201"}, {1048576, 53, "A1:BA1048576"},
+                 {3, 702, "A1:ZZ3"}, {3, 703, "A1:AAA3"},   {1, 728, "A1:AAZ1"},     {1048576, 16384, "A1:XFD1048576"},
+                 {9, 96, "A1:CR9"},  {1, 2, "A1:B1"},       {2, 1, "A1:A2"},         {1, 1, "A1"},
+                 {0, 0, "A1"}};
+    for (const auto& c : cases)
+        EXPECT_EQ(xlsx::worksheetHead({c.lastRow, c.lastColumn}), SheetHeadStart + c.ref + SheetHeadEnd) << c.ref;
 }
 
 TEST_F(PartText, WholeDataSheet)
 {
-    xlsx::createSheetFile(file, 4, dir.path(), 3, 27);
-    xlsx::writeHiddenColumns(file, {{2, 4}, {8, 8}});
-    cells.setHeaders(file, {QStringLiteral("Frame"), QStringLiteral("Pelvis q0"), QStringLiteral("Pelvis x")});
-    cells.newRow(file, 2, 27);
-    cells.writeInt(file, 2, 1, 17);
-    cells.writeQuat(file, 2, 0, ZtQuaternion{1.0, 1e-13, -0.5, 0.25});
-    cells.writeVec(file, 2, 2, ZtVector{5e-13, 0.1, -1234.5});
-    cells.writeString(file, 2, 11, QStringLiteral("Pelvis x"));
-    cells.newRow(file, 3, 27);
-    cells.writeNumber(file, 3, 27, 2.5);
-    xlsx::finishSheet(file);
-    EXPECT_FALSE(file.isOpen());
+    xlsx::SheetStream sheet;
+    sheet.open(dir.path() + QLatin1Char('/'), 4);
+    sheet.writePrologue(cells, {{2, 4}, {8, 8}}, {QStringLiteral("Frame"), QStringLiteral("Pelvis q0"), QStringLiteral("Pelvis x")});
+    int nextSheetNumber = 5;
+    int row = sheet.nextRow(cells, nextSheetNumber);
+    cells.newRow(sheet, row, 27);
+    cells.writeInt(sheet, row, 1, 17);
+    cells.writeQuat(sheet, row, 0, ZtQuaternion{1.0, 1e-13, -0.5, 0.25});
+    cells.writeVec(sheet, row, 2, ZtVector{5e-13, 0.1, -1234.5});
+    cells.writeString(sheet, row, 11, QStringLiteral("Pelvis x"));
+    row = sheet.nextRow(cells, nextSheetNumber);
+    cells.newRow(sheet, row, 27);
+    cells.writeNumber(sheet, row, 27, 2.5);
+    sheet.finish();
+    EXPECT_FALSE(sheet.isOpen());
+    EXPECT_EQ(nextSheetNumber, 5);
+    ASSERT_EQ(sheet.parts().size(), 1u);
+    EXPECT_EQ(sheet.parts()[0].sheetNumber, 4);
 
     const std::string expected =
-        SheetHeadStart + "A1:AA3" + SheetHeadEnd
-        + "<cols><col min=\"2\" max=\"4\" width=\"0\" hidden=\"1\"/><col min=\"8\" max=\"8\" width=\"0\" hidden=\"1\"/></cols>"
+        "<cols><col min=\"2\" max=\"4\" width=\"0\" hidden=\"1\"/><col min=\"8\" max=\"8\" width=\"0\" hidden=\"1\"/></cols>"
           "<sheetData><row r=\"1\" spans=\"1:3\">"
           "<c r=\"A1\" t=\"s\"><v>0</v></c><c r=\"B1\" t=\"s\"><v>1</v></c><c r=\"C1\" t=\"s\"><v>2</v></c>"
           "</row><row r=\"2\" spans=\"1:27\"><c r=\"A2\"><v>17</v></c>"
@@ -135,23 +138,84 @@ TEST_F(PartText, WholeDataSheet)
           "<c r=\"K2\" t=\"s\"><v>2</v></c>"
           "</row><row r=\"3\" spans=\"1:27\"><c r=\"AA3\"><v>2.5</v></c>"
           "</row></sheetData></worksheet>";
-    const QString sheet = dir.filePath(QStringLiteral("sheet4.xml"));
-    EXPECT_EQ(readFile(sheet), expected);
+    const QString body = dir.filePath(QStringLiteral("sheet4.xml"));
+    EXPECT_EQ(readFile(body), expected);
+    EXPECT_EQ(xlsx::worksheetHead(sheet.parts()[0].extent), SheetHeadStart + "A1:AA3" + SheetHeadEnd);
 
-    // Finishing again, or finishing a file never opened, writes nothing.
-    xlsx::finishSheet(file);
-    xlsx::PartFile unused;
-    xlsx::finishSheet(unused);
-    EXPECT_EQ(readFile(sheet), expected);
+    // Finishing again, or finishing a sheet never opened, writes nothing.
+    sheet.finish();
+    xlsx::SheetStream unused;
+    unused.finish();
+    EXPECT_EQ(readFile(body), expected);
+
+    // The packed entry is the head followed by the body.
+    const QString book = dir.filePath(QStringLiteral("book.xlsx"));
+    zip_t* archive = zip_open(book.toUtf8().constData(), 0, 'w');
+    ASSERT_NE(archive, nullptr);
+    xlsx::addWorksheetToZip(archive, "xl/worksheets/sheet4.xml", sheet.parts()[0], body.toUtf8().constData(), 0);
+    zip_close(archive);
+    const std::string stored = readFile(book);
+    EXPECT_NE(stored.find(SheetHeadStart + "A1:AA3" + SheetHeadEnd + expected), std::string::npos);
+}
+
+// A sheet whose rows would pass the row limit goes on in a new part under the next free sheet
+// number, which starts with the same hidden columns and header row; rows start again at 2 and
+// each part has its own extent.
+TEST(SheetStreamRows, ContinueOnANewPartAtTheRowLimit)
+{
+    QTemporaryDir dir;
+    xlsx::CellWriter cells;
+    xlsx::SheetStream sheet;
+    sheet.open(dir.path(), 3, 4);
+    sheet.writePrologue(cells, {{2, 3}}, {QStringLiteral("Frame"), QStringLiteral("x")});
+    int nextSheetNumber = 7;
+    std::vector<int> rows;
+    for (int i = 0; i < 7; ++i) {
+        const int row = sheet.nextRow(cells, nextSheetNumber);
+        rows.push_back(row);
+        cells.newRow(sheet, row, 2);
+        cells.writeInt(sheet, row, 1, i);
+        if (i == 0)
+            cells.writeInt(sheet, row, 3, i);
+    }
+    sheet.finish();
+    EXPECT_EQ(rows, std::vector<int>({2, 3, 4, 2, 3, 4, 2}));
+    EXPECT_EQ(nextSheetNumber, 9);
+    ASSERT_EQ(sheet.parts().size(), 3u);
+    const int numbers[] = {3, 7, 8};
+    const xlsx::SheetExtent extents[] = {{4, 3}, {4, 2}, {2, 2}};
+    for (int k = 0; k < 3; ++k) {
+        EXPECT_EQ(sheet.parts()[k].sheetNumber, numbers[k]);
+        EXPECT_EQ(sheet.parts()[k].extent.lastRow, extents[k].lastRow);
+        EXPECT_EQ(sheet.parts()[k].extent.lastColumn, extents[k].lastColumn);
+    }
+    const std::string prologue = "<cols><col min=\"2\" max=\"3\" width=\"0\" hidden=\"1\"/></cols><sheetData>"
+                                 "<row r=\"1\" spans=\"1:2\">" + stringCell("A1", 0) + stringCell("B1", 1);
+    EXPECT_EQ(readFile(dir.filePath(QStringLiteral("sheet8.xml"))),
+              prologue + "</row><row r=\"2\" spans=\"1:2\">" + cell("A2", "6") + "</row></sheetData></worksheet>");
+    EXPECT_EQ(readFile(dir.filePath(QStringLiteral("sheet7.xml"))).substr(0, prologue.size()), prologue);
+    EXPECT_EQ(cells.stringCellCount(), 6);
+
+    // Discarding the sheet forgets its parts; without hidden columns there is no <cols> block.
+    sheet.discard();
+    EXPECT_TRUE(sheet.parts().empty());
+    sheet.open(dir.path(), 1);
+    sheet.writePrologue(cells, {}, {QStringLiteral("Frame")});
+    sheet.finish();
+    EXPECT_EQ(readFile(dir.filePath(QStringLiteral("sheet1.xml"))),
+              "<sheetData><row r=\"1\" spans=\"1:1\">" + stringCell("A1", 0) + "</row></sheetData></worksheet>");
 }
 
 // Cells name their own row, also outside the row last started. Vector components of magnitude
-// below 1e-12 are written as 0, quaternion components as they are; a NaN or infinite number
-// leaves its cell out.
+// below 1e-12 are written as 0, quaternion components as they are, and a vector writes at most
+// three. A NaN or infinite number leaves its cell out, and so does a finite one whose 15-digit
+// text would read back as infinite, or a cell past column XFD; cells left out do not count in
+// the extent.
 TEST_F(PartText, RowsAndCellForms)
 {
     const double nan = std::numeric_limits<double>::quiet_NaN();
     const double inf = std::numeric_limits<double>::infinity();
+    const double max = std::numeric_limits<double>::max();
     cells.newRow(file, 1048576, 702, false);
     cells.writeInt(file, 1048576, 1, -7);
     cells.writeNumber(file, 1048576, 702, -0.0);
@@ -161,16 +225,27 @@ TEST_F(PartText, RowsAndCellForms)
     cells.writeVec(file, 2, 0, ZtVector{5e-13, -5e-13, 1e-12, -1e-12});
     cells.writeQuat(file, 2, 1, ZtQuaternion{5e-13, -5e-13, 0.7071067811865476, -1.0});
     cells.newRow(file, 4, 13);
-    for (double value : {nan, inf, -inf})
+    for (double value : {nan, inf, -inf, max, -max, std::nextafter(max, 0.0), 1.797693134862315e308})
         cells.writeNumber(file, 4, 1, value);
     cells.writeVec(file, 4, 1, ZtVector{1.0, nan, 3.0});
     cells.writeQuat(file, 4, 2, ZtQuaternion{inf, 0.5, -nan, 2.0});
-    EXPECT_EQ(text(), "<row r=\"1048576\" spans=\"1:702\">" + cell("A1048576", "-7") + cell("ZZ1048576", "-0")
+    cells.newRow(file, 5, 20000);
+    cells.writeNumber(file, 5, 703, 1.79769313486231e308);
+    cells.writeNumber(file, 5, 16384, -1.7976931348623e308);
+    cells.writeNumber(file, 5, 16385, 1.0);
+    cells.writeInt(file, 5, 20000, 1);
+    cells.writeString(file, 5, 16385, QStringLiteral("past XFD"));
+    file.finish();
+    EXPECT_EQ(readFile(path()), "<row r=\"1048576\" spans=\"1:702\">" + cell("A1048576", "-7") + cell("ZZ1048576", "-0")
                           + cell("Z9", "1e-05") + cell("AA10", "-2147483648") + "</row><row r=\"2\" spans=\"1:9\">"
-                          + cell("B2", "0") + cell("C2", "0") + cell("D2", "1e-12") + cell("E2", "-1e-12")
+                          + cell("B2", "0") + cell("C2", "0") + cell("D2", "1e-12")
                           + cell("F2", "5e-13") + cell("G2", "-5e-13") + cell("H2", "0.707106781186548") + cell("I2", "-1")
-                          + "</row><row r=\"4\" spans=\"1:13\">" + cell("E4", "1") + cell("G4", "3") + cell("K4", "0.5")
-                          + cell("M4", "2"));
+                          + "</row><row r=\"4\" spans=\"1:13\">" + cell("A4", "1.79769313486231e+308") + cell("E4", "1") + cell("G4", "3") + cell("K4", "0.5")
+                          + cell("M4", "2") + "</row><row r=\"5\" spans=\"1:16384\">" + cell("AAA5", "1.79769313486231e+308")
+                          + cell("XFD5", "-1.7976931348623e+308") + "</row></sheetData></worksheet>");
+    ASSERT_EQ(file.parts().size(), 1u);
+    EXPECT_EQ(file.parts()[0].extent.lastRow, 1048576);
+    EXPECT_EQ(file.parts()[0].extent.lastColumn, 16384);
 }
 
 // Texts join the table on first use; every string cell counts. The table is UTF-8 with & < >
@@ -202,14 +277,44 @@ TEST_F(PartText, SharedStringTable)
               "<sst xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\" count=\"8\" uniqueCount=\"6\">"
               "<si><t>Frame</t></si><si><t>frame</t></si><si><t>Marker Text</t></si>"
               "<si><t>R&amp;D &lt;left&gt; \"1\" 'a'</t></si><si><t>" + international.toStdString() + "</t></si>"
-              "<si><t>abc\td\ne\rfg</t></si></sst>");
+              "<si><t>abc\td\ne&#13;fg</t></si></sst>");
 
     cells.reset();
     EXPECT_TRUE(cells.sharedStrings().isEmpty());
     EXPECT_EQ(cells.stringCellCount(), 0);
-    xlsx::createBasic(file, path());
+    file.open(dir.path(), 1);
     cells.writeString(file, 1, 1, marker);
     EXPECT_EQ(text(), stringCell("A1", 0));
+}
+
+// Texts are written so that clients read them back as they were: blanks at either end kept, a
+// carriage return as a reference, the underscore of a literal _xHHHH_ escaped, and a text longer
+// than a cell holds cut to 32,767 UTF-16 units without splitting a surrogate pair.
+TEST_F(PartText, StringItemsReadBackAsTheText)
+{
+    const QString emoji = QStringLiteral("\U0001F600");
+    const QString longText = QString(32766, QLatin1Char('a')) + emoji + QStringLiteral("tail");
+    const QString exactLength = QString(32765, QLatin1Char('b')) + emoji;
+    const QString texts[] = {QStringLiteral(" lead"), QStringLiteral("trail\t"), QStringLiteral("\nboth "),
+                             QStringLiteral("a\r\nb\rc"), QStringLiteral("_x0041_ _X0041_ _x00e9_ _x12G4_ _x004_"),
+                             QStringLiteral("_x0041_x0042__x005F_"), QStringLiteral("in\x01ner \x02"),
+                             longText, exactLength};
+    for (const QString& text : texts)
+        cells.writeString(file, 1, 1, text);
+    xlsx::PartFile table;
+    xlsx::createBasic(table, dir.filePath(QStringLiteral("sharedStrings.xml")));
+    cells.writeSharedStringTable(table);
+    const std::string written = readFile(dir.filePath(QStringLiteral("sharedStrings.xml")));
+    const std::string items = written.substr(written.find("<si>"));
+    EXPECT_EQ(items, "<si><t xml:space=\"preserve\"> lead</t></si>"
+                     "<si><t xml:space=\"preserve\">trail\t</t></si>"
+                     "<si><t xml:space=\"preserve\">\nboth </t></si>"
+                     "<si><t>a&#13;\nb&#13;c</t></si>"
+                     "<si><t>_x005F_x0041_ _X0041_ _x005F_x00e9_ _x12G4_ _x004_</t></si>"
+                     "<si><t>_x005F_x0041_x005F_x0042__x005F_x005F_</t></si>"
+                     "<si><t xml:space=\"preserve\">inner </t></si>"
+                     "<si><t>" + std::string(32766, 'a') + "</t></si>"
+                     "<si><t>" + exactLength.toStdString() + "</t></si></sst>");
 }
 
 // Number cells hold what snprintf("%.15g") gives in the C locale, for many kinds of values, also
@@ -222,7 +327,7 @@ TEST_F(PartText, NumberCellsHoldTheCLocalePrintfText)
                                   123456789012345678.0, 1.0 / 3, -2.5e-300, 9.999999999999995, 9007199254740993.0,
                                   4.9406564584124654e-320, 2.2250738585072009e-308,
                                   std::numeric_limits<double>::min(), std::numeric_limits<double>::denorm_min(),
-                                  std::numeric_limits<double>::max(), std::numeric_limits<double>::lowest()};
+                                  1.79769313486231e308, -1.79769313486231e308};
     for (int i = -100000; i <= 100000; i += 7)
         values.push_back(i);
     std::mt19937_64 random(20260404);
@@ -258,18 +363,16 @@ TEST_F(PartText, NumberCellsHoldTheCLocalePrintfText)
         cells.writeNumber(file, row, column, values[i]);
         expected += cell(char('@' + column) + std::to_string(row), printed[i]);
         if (i == values.size() / 2) {
-            file.write(large);
+            file.body().write(large);
             expected += large;
         }
     }
-    xlsx::PartFile sheet;
-    xlsx::createSheetFile(sheet, 1000, dir.path(), 1048576, 13);
-    sheet.close();
+    const std::string head = xlsx::worksheetHead({1048576, 13});
     std::setlocale(LC_ALL, previous.c_str());
     QLocale::setDefault(QLocale::c());
 
     ASSERT_EQ(germanPrintf, "1234,5"); // the locale was really in force
-    EXPECT_EQ(readFile(dir.filePath(QStringLiteral("sheet1000.xml"))), SheetHeadStart + "A1:M1048576" + SheetHeadEnd);
+    EXPECT_EQ(head, SheetHeadStart + "A1:M1048576" + SheetHeadEnd);
     const std::string written = text();
     const auto differs = std::mismatch(written.begin(), written.end(), expected.begin(), expected.end()).first;
     EXPECT_TRUE(written == expected) << "first difference at byte " << differs - written.begin() << ": "
@@ -279,18 +382,19 @@ TEST_F(PartText, NumberCellsHoldTheCLocalePrintfText)
 TEST(PartFile, FailuresThrowTheirMessages)
 {
     QTemporaryDir dir;
-    xlsx::PartFile file;
-    EXPECT_EQ(thrownMessage([&] { xlsx::createSheetFile(file, 1, dir.filePath(QStringLiteral("missing")), 0, 0); }),
+    xlsx::SheetStream sheet;
+    EXPECT_EQ(thrownMessage([&] { sheet.open(dir.filePath(QStringLiteral("missing")), 1); }),
               "Could not create temporary file " + dir.filePath(QStringLiteral("missing/sheet1.xml")).toStdString());
-    EXPECT_FALSE(file.isOpen());
+    EXPECT_FALSE(sheet.isOpen());
 
     // The device refuses the first full buffer: the cells before it are only buffered.
     xlsx::CellWriter cells;
+    xlsx::PartFile& file = sheet.body();
     xlsx::createBasic(file, QStringLiteral("/dev/full"));
     std::size_t written = 0;
     EXPECT_EQ(thrownMessage([&] {
                   for (; written < 1000000; ++written)
-                      cells.writeNumber(file, 1, 1, 0.5);
+                      cells.writeNumber(sheet, 1, 1, 0.5);
               }),
               std::strerror(ENOSPC));
     const std::size_t cellSize = cell("A1", "0.5").size();
