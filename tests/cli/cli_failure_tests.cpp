@@ -8,6 +8,8 @@
 #include <QRegularExpression>
 #include <QThread>
 
+#include <zlib.h>
+
 #include <csignal>
 
 namespace {
@@ -48,6 +50,8 @@ TEST(CliFailures, RejectedRecordingFilesAreExplained)
          "tpose.json: tPoseSegmentCount: expected null or an integer segment count from 0 to 1000, found the number 2147483647"},
         {"range.json", R"({"format": "tavi-recording", "version": 1, "frames": [{"frame": 0}, {"frame": 2147483647}]})",
          "range.json: frames[1].frame: expected an integer frame number from -1000000000 to 1000000000, found the number 2147483647"},
+        {"count.json", R"({"format": "tavi-recording", "version": 1, "frameCount": 2147483647, "externalDataCount": -1})",
+         "count.json: frameCount: expected an integer frame count from 0 to 100000000, found the number 2147483647"},
         {"walk.csv", "Frame,Time\n0,0.0\n",
          "walk.csv:1:1: invalid JSON: expected a value, found 'F' (byte offset 0); a recording is a JSON object as "
          "docs/recording-format.md describes"},
@@ -58,6 +62,21 @@ TEST(CliFailures, RejectedRecordingFilesAreExplained)
             space.writeFile(file, content);
         EXPECT_EQ(refused(space, {file, "out.xlsx"}).toStdString(), std::string("tavi-export: ") + message + "\n");
     }
+
+    // One channel resampled to 4800 samples per frame over 100001 frames, from 160 bytes.
+    space.writeFile("emg.json", R"({"format": "tavi-recording", "version": 1, "frameRate": 1, "lastFrame": 100000,
+      "externalChannels": [{"name": "E"}], "frames": [{"frame": 0, "externalData": [[1]]}]})");
+    const QString emg = refused(space, {"emg.json", "out.xlsx"});
+    EXPECT_TRUE(emg.startsWith("tavi-export: emg.json: externalChannels: 1 channel resampled over 100001 frames")) << emg.toStdString();
+    // A small gzip file that unpacks to one text of many megabytes, whatever its name.
+    gzFile zipped = gzopen(QFile::encodeName(space.path("huge-text.json")).constData(), "wb9");
+    const QByteArray text = QByteArray(8 << 20, 'a');
+    gzputs(zipped, R"({"format": "tavi-recording", "version": 1, "subjectName": ")");
+    gzwrite(zipped, text.constData(), unsigned(text.size()));
+    gzputs(zipped, "\"}");
+    ASSERT_EQ(gzclose(zipped), Z_OK);
+    EXPECT_EQ(refused(space, {"huge-text.json", "out.xlsx"}),
+              "tavi-export: huge-text.json: subjectName: a string longer than 1048576 bytes\n");
 }
 
 TEST(CliFailures, PluginsThatCannotBeUsed)
