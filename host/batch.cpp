@@ -130,7 +130,7 @@ ExportResult exportOne(const BatchContext& context, const ExportRequest& request
 
 void printLine(FILE* stream, const QString& text)
 {
-    std::fputs(qPrintable(text + u'\n'), stream);
+    std::fputs(qPrintable(printable(text) + u'\n'), stream);
     std::fflush(stream);
 }
 

@@ -90,7 +90,7 @@ std::variant<CommandLine, QString> parseCommandLine(const QStringList& arguments
         bool ok = false;
         line.jobs = parser.value(jobs).toInt(&ok);
         if (!ok || line.jobs < 1 || line.jobs > MostJobs)
-            return QStringLiteral("--jobs takes a number from 1 to %1, not %2").arg(MostJobs).arg(quoted(parser.value(jobs)));
+            return QStringLiteral("--jobs takes a number from 1 to %1, not %2").arg(QString::number(MostJobs), quoted(parser.value(jobs)));
     }
 
     const int actions = int(parser.isSet(demo)) + int(parser.isSet(synthetic)) + int(parser.isSet(options))

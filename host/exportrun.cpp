@@ -119,8 +119,8 @@ QStringList rowLimitWarnings(const AbstractTaviStudioPluginInterface& host, cons
         const std::int64_t fittingSkip = (frameCalls + SpreadsheetRowLimit - 2) / (SpreadsheetRowLimit - 1) - 1;
         warnings << QStringLiteral("warning: the per-frame worksheets get %1 rows; spreadsheet applications read "
                                    "only the first %2 (--set frameSkip=%3 would fit)")
-                        .arg(english.toString(frameRows), english.toString(SpreadsheetRowLimit))
-                        .arg(fittingSkip);
+                        .arg(english.toString(frameRows), english.toString(SpreadsheetRowLimit),
+                             QString::number(fittingSkip));
     }
 
     // The exporter brings every channel to 2400 samples per second, or 4800 when a channel

@@ -37,7 +37,7 @@ namespace {
 
 void printError(const QString& message)
 {
-    std::fprintf(stderr, "tavi-export: %s\n", qPrintable(message));
+    std::fprintf(stderr, "tavi-export: %s\n", qPrintable(printable(message)));
 }
 
 int usageError(const QString& message)

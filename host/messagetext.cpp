@@ -35,6 +35,19 @@ void appendEscaped(QString& out, QChar character)
 
 } // namespace
 
+QString printable(const QString& message)
+{
+    QString out;
+    out.reserve(message.size());
+    for (const QChar character : message) {
+        if (character == u'\n' || character == u'\t' || character == u'"' || character == u'\\')
+            out += character;
+        else
+            appendEscaped(out, character);
+    }
+    return out;
+}
+
 QString quoted(const QString& value)
 {
     QString out = QStringLiteral("\"");

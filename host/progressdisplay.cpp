@@ -51,7 +51,7 @@ QString describeActivity(const ExportActivity& activity, bool named, std::int64_
     }
     const std::int64_t done = activity.framesDone.load(std::memory_order_relaxed);
     const std::int64_t total = activity.framesTotal;
-    text += QStringLiteral("%1/%2 frames").arg(done).arg(total);
+    text += QStringLiteral("%1/%2 frames").arg(QString::number(done), QString::number(total));
     if (done > 0 && seconds > 0.2) {
         const double rate = static_cast<double>(done) / seconds;
         text += QStringLiteral(", %1 frames/s, %2 left for the frames, then packaging")
@@ -67,7 +67,7 @@ void ProgressDisplay::show(const std::vector<const ExportActivity*>& running, in
     const std::int64_t now = millisecondsNow();
     QStringList parts;
     if (total > 1)
-        parts << QStringLiteral("%1/%2 done").arg(finished).arg(total);
+        parts << QStringLiteral("%1/%2 done").arg(QString::number(finished), QString::number(total));
     for (const ExportActivity* activity : running) {
         const QString part = describeActivity(*activity, total > 1, now);
         if (!part.isEmpty())

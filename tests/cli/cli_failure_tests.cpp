@@ -109,6 +109,8 @@ TEST(CliFailures, WrongCommandLinesPointToHelp)
         {{"--output-dir", ".", "rec.json", "sub/rec.json.gz"}, R"("rec.json" and "sub/rec.json.gz" would both be written to "./rec.xlsx")"},
         {{"--output-dir", "."}, ""}, {{"--output-dir", ".", "--jobs", "0", "rec.json"}, "--jobs takes a number from 1"},
         {{"--report", "missing/r.json", "--demo", "out.xlsx"}, "the folder of the report"},
+        // Control characters from the command line reach the terminal escaped.
+        {{"--demo\x1b[2J", "out.xlsx"}, R"(Unknown option 'demo\x1b[2J'.)"},
         {{"--set", "segmentPos=1", "--demo", "out.xlsx"}, R"(--set: setting segmentPos takes true or false, not "1")"},
         {{"--set", "frameSkip", "--demo", "out.xlsx"}, R"(--set: "frameSkip" is not of the form KEY=VALUE)"},
         // A valid override does not excuse a bad one after it.
