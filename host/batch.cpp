@@ -68,10 +68,9 @@ ExportResult exportOne(const BatchContext& context, const ExportRequest& request
 {
     using Status = ExportResult::Status;
     ExportResult result;
-    if (interrupts::stopSignal() != 0) {
-        result.status = Status::Interrupted;
+    // A run being stopped starts nothing new.
+    if (interrupts::stopSignal() != 0)
         return result;
-    }
     QElapsedTimer clock;
     clock.start();
     if (context.options.noClobber && QFileInfo::exists(request.outputPath)) {
