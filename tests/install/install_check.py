@@ -4,8 +4,9 @@ manual-page: groff formats the page without a warning, and every option that
 `tavi-export --help` names is documented in it.
 
 installed-program: `cmake --install` into a fresh prefix gives a program that exports the
-demo recording from there (finding its SDK library and plug-in relative to itself, with no
-build tree and no library path to help), and the compressed manual page holds the page.
+demo recording and the installed example recordings from there (finding its SDK library and
+plug-in relative to itself, with no build tree and no library path to help), and the
+compressed manual page holds the page.
 """
 
 import argparse
@@ -56,17 +57,19 @@ def check_installed_program(args):
 
         env = {key: value for key, value in os.environ.items() if not key.startswith("LD_")}
         env["XDG_CONFIG_HOME"] = str(Path(scratch) / "config")
-        workbook = Path(scratch) / "demo.xlsx"
-        run = subprocess.run([prefix / "bin" / "tavi-export", "--quiet", "--demo", workbook],
-                             capture_output=True, text=True, env=env, cwd=scratch)
-        if run.returncode != 0:
-            fail(f"the installed tavi-export --demo ended with {run.returncode}:\n{run.stderr}")
-        with zipfile.ZipFile(workbook) as archive:
-            broken = archive.testzip()
-            if broken is not None:
-                fail(f"the installed program's workbook has a broken entry {broken}")
-            if "xl/workbook.xml" not in archive.namelist():
-                fail("the installed program's workbook has no xl/workbook.xml")
+        recordings = [["--demo"]] + [[str(example)] for example in prefix.glob("share/doc/*/examples/*.json")]
+        for number, recording in enumerate(recordings):
+            workbook = Path(scratch) / f"export{number}.xlsx"
+            run = subprocess.run([prefix / "bin" / "tavi-export", "--quiet", *recording, workbook],
+                                 capture_output=True, text=True, env=env, cwd=scratch)
+            if run.returncode != 0:
+                fail(f"the installed tavi-export {recording[0]} ended with {run.returncode}:\n{run.stderr}")
+            with zipfile.ZipFile(workbook) as archive:
+                broken = archive.testzip()
+                if broken is not None:
+                    fail(f"the workbook of {recording[0]} has a broken entry {broken}")
+                if "xl/workbook.xml" not in archive.namelist():
+                    fail(f"the workbook of {recording[0]} has no xl/workbook.xml")
 
 
 def main():
