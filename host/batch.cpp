@@ -20,20 +20,15 @@
 #include <memory>
 #include <mutex>
 #include <thread>
+#include <utility>
 
 namespace {
 
-// What the export threads hand to the thread that prints: warnings as they arise and the
-// index of each export that ended.
+// The indices of the exports that ended, handed from the export threads to the thread that
+// prints.
 class Mailbox
 {
 public:
-    void postWarning(const QString& text)
-    {
-        const std::lock_guard lock(m_mutex);
-        m_warnings.push_back(text);
-        m_changed.notify_one();
-    }
     void postFinished(std::size_t index)
     {
         const std::lock_guard lock(m_mutex);
@@ -41,27 +36,24 @@ public:
         m_changed.notify_one();
     }
     // Waits up to `timeout` for news; answers what arrived.
-    void take(std::chrono::milliseconds timeout, std::deque<QString>& warnings, std::deque<std::size_t>& finished)
+    std::deque<std::size_t> take(std::chrono::milliseconds timeout)
     {
         std::unique_lock lock(m_mutex);
-        m_changed.wait_for(lock, timeout, [this] { return !m_warnings.empty() || !m_finished.empty(); });
-        warnings.swap(m_warnings);
-        finished.swap(m_finished);
+        m_changed.wait_for(lock, timeout, [this] { return !m_finished.empty(); });
+        return std::exchange(m_finished, {});
     }
 
 private:
     std::mutex m_mutex;
     std::condition_variable m_changed;
-    std::deque<QString> m_warnings;
     std::deque<std::size_t> m_finished;
 };
 
 struct BatchContext
 {
     const AbstractExporterFactory& factory;
-    const BatchSettings& settings;
+    const AbstractSettingsSynchronizer& settings;
     const BatchOptions& options;
-    Mailbox& mailbox;
 };
 
 ExportResult exportOne(const BatchContext& context, const ExportRequest& request, ExportActivity& activity)
@@ -92,13 +84,8 @@ ExportResult exportOne(const BatchContext& context, const ExportRequest& request
         return result;
     }
     result.frames = recording->frameCalls;
-    result.frameSkip = effectiveFrameSkip(*context.settings.store);
+    result.frameSkip = effectiveFrameSkip(context.settings);
     result.exportedFrames = exportedFrameCount(result.frames, result.frameSkip);
-    for (const QString& warning :
-         rowLimitWarnings(*recording->host, context.settings.registered, *context.settings.store, result.frames)) {
-        context.mailbox.postWarning(context.options.nameInErrors ? QStringLiteral("%1: %2").arg(quoted(request.inputName()), warning)
-                                                                 : warning);
-    }
 
     ExportJob job;
     job.factory = &context.factory;
@@ -163,8 +150,18 @@ QString summaryLine(const ExportRequest& request, const ExportResult& result)
                           "%8 s, %9 bytes")
         .arg(quoted(request.outputPath), english.toString(result.exportedFrames), english.toString(result.frames),
              QString::number(result.frameSkip), QString::number(result.workbook.sheets),
-             english.toString(result.workbook.rows), QString::number(result.workbook.continuationSheets),
+             english.toString(result.workbook.rows), QString::number(result.workbook.continuationSheets.size()),
              QString::number(result.seconds, 'f', 1), english.toString(result.bytes));
+}
+
+QString continuationNote(const ExportRequest& request, const ExportResult& result)
+{
+    const QStringList& continuations = result.workbook.continuationSheets;
+    if (continuations.isEmpty())
+        return QString();
+    return QStringLiteral("note: %1 has sheets longer than %2 rows; they go on in %3")
+        .arg(quoted(request.outputPath), QLocale(QLocale::English).toString(MostSheetRows),
+             continuations.join(QStringLiteral(", ")));
 }
 
 int exitStatusOf(const std::vector<ExportResult>& results)
@@ -179,7 +176,7 @@ int exitStatusOf(const std::vector<ExportResult>& results)
     return status;
 }
 
-std::vector<ExportResult> runExports(const AbstractExporterFactory& factory, const BatchSettings& settings,
+std::vector<ExportResult> runExports(const AbstractExporterFactory& factory, const AbstractSettingsSynchronizer& settings,
                                      const std::vector<ExportRequest>& requests, const BatchOptions& options)
 {
     std::vector<ExportResult> results(requests.size());
@@ -193,7 +190,7 @@ std::vector<ExportResult> runExports(const AbstractExporterFactory& factory, con
     interrupts::watch(watched);
 
     Mailbox mailbox;
-    const BatchContext context{factory, settings, options, mailbox};
+    const BatchContext context{factory, settings, options};
     std::atomic<std::size_t> next{0};
     const auto worker = [&] {
         for (std::size_t index = next++; index < requests.size(); index = next++) {
@@ -210,19 +207,18 @@ std::vector<ExportResult> runExports(const AbstractExporterFactory& factory, con
     ProgressDisplay progress(options.showProgress);
     std::size_t finishedCount = 0;
     while (finishedCount < requests.size()) {
-        std::deque<QString> warnings;
-        std::deque<std::size_t> finished;
-        mailbox.take(std::chrono::milliseconds(100), warnings, finished);
-        if (!warnings.empty() || !finished.empty())
+        const std::deque<std::size_t> finished = mailbox.take(std::chrono::milliseconds(100));
+        if (!finished.empty())
             progress.clear();
-        for (const QString& warning : warnings)
-            printLine(stderr, QStringLiteral("tavi-export: %1").arg(warning));
         for (const std::size_t index : finished) {
             ++finishedCount;
             const ExportResult& result = results[index];
             if (result.status == ExportResult::Status::Written || result.status == ExportResult::Status::Skipped) {
-                if (options.summaries)
+                if (options.summaries) {
                     printLine(stdout, summaryLine(requests[index], result));
+                    if (const QString note = continuationNote(requests[index], result); !note.isEmpty())
+                        printLine(stderr, QStringLiteral("tavi-export: %1").arg(note));
+                }
             } else if (!result.error.isEmpty() && result.status != ExportResult::Status::Interrupted) {
                 // A rejected recording file's message names the file already.
                 const bool named = options.nameInErrors && !result.error.startsWith(requests[index].recordingPath + u':');

@@ -9,9 +9,7 @@
 #include "exportrequest.h"
 #include "workbooksummary.h"
 
-#include <QMap>
 #include <QString>
-#include <QVariant>
 
 #include <cstdint>
 #include <vector>
@@ -41,13 +39,8 @@ struct BatchOptions
     bool nameInErrors = false;  // several recordings: messages say which one they are about
 };
 
-struct BatchSettings
-{
-    const AbstractSettingsSynchronizer* store = nullptr;
-    QMap<QString, QVariant> registered;  // the plug-in's keys and defaults
-};
-
-std::vector<ExportResult> runExports(const AbstractExporterFactory& factory, const BatchSettings& settings,
+// `settings` is the store the plug-in registered its settings with; it tells the frame skip.
+std::vector<ExportResult> runExports(const AbstractExporterFactory& factory, const AbstractSettingsSynchronizer& settings,
                                      const std::vector<ExportRequest>& requests, const BatchOptions& options);
 
 // 0 when every workbook was written or skipped, 1 when an export failed, 2 when a recording
@@ -59,3 +52,5 @@ QString statusName(ExportResult::Status status);
 
 // The summary line of a written or skipped export.
 QString summaryLine(const ExportRequest& request, const ExportResult& result);
+// The note on the sheets that went on past the row limit; empty when none did.
+QString continuationNote(const ExportRequest& request, const ExportResult& result);

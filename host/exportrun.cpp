@@ -5,7 +5,6 @@
 #include "abstracttavistudioplugininterface.h"
 
 #include <QFileInfo>
-#include <QLocale>
 
 #include <algorithm>
 #include <chrono>
@@ -96,51 +95,4 @@ std::int64_t effectiveFrameSkip(const AbstractSettingsSynchronizer& settings)
 std::int64_t exportedFrameCount(std::int64_t frameCalls, std::int64_t frameSkip)
 {
     return (frameCalls + frameSkip) / (frameSkip + 1);
-}
-
-QStringList rowLimitWarnings(const AbstractTaviStudioPluginInterface& host, const QMap<QString, QVariant>& registered,
-                             const AbstractSettingsSynchronizer& settings, std::int64_t frameCalls)
-{
-    // Sheets that are not one row per exported frame.
-    static const QStringList notPerFrame = {QStringLiteral("frameSkip"), QStringLiteral("generalInfo"),
-                                            QStringLiteral("markers"), QStringLiteral("externalData")};
-    const std::int64_t frameSkip = effectiveFrameSkip(settings);
-    const std::int64_t exportedFrames = exportedFrameCount(frameCalls, frameSkip);
-    const QLocale english(QLocale::English);
-    QStringList warnings;
-
-    bool perFrameSheets = false;
-    for (auto key = registered.keyBegin(); key != registered.keyEnd(); ++key) {
-        if (!notPerFrame.contains(*key) && settings.value(*key).toBool())
-            perFrameSheets = true;
-    }
-    const std::int64_t frameRows = exportedFrames + 1;
-    if (perFrameSheets && frameRows > SpreadsheetRowLimit) {
-        const std::int64_t fittingSkip = (frameCalls + SpreadsheetRowLimit - 2) / (SpreadsheetRowLimit - 1) - 1;
-        warnings << QStringLiteral("warning: the per-frame worksheets get %1 rows; spreadsheet applications read "
-                                   "only the first %2 (--set frameSkip=%3 would fit)")
-                        .arg(english.toString(frameRows), english.toString(SpreadsheetRowLimit),
-                             QString::number(fittingSkip));
-    }
-
-    // The exporter brings every channel to 2400 samples per second, or 4800 when a channel
-    // is faster than 3000, and writes one row per resampled sample.
-    const QStringList channels = host.externalChannelNames();
-    const double frameRate = host.frameRate();
-    if (!channels.isEmpty() && frameRate >= 1.0 && settings.value(QStringLiteral("externalData")).toBool()) {
-        int fastestChannel = 0;
-        for (int channel = 0; channel < channels.size(); ++channel) {
-            if (const auto info = host.externalChannelInfo(channel))
-                fastestChannel = std::max(fastestChannel, info->value(QStringLiteral("frameRate")).toInt());
-        }
-        const int outputRate = fastestChannel > 3000 ? 4800 : 2400;
-        const std::int64_t samplesPerFrame = frameRate >= outputRate ? 0 : outputRate / static_cast<int>(frameRate);
-        const std::int64_t externalRows = samplesPerFrame * exportedFrames + 1;
-        if (samplesPerFrame > 0 && externalRows > SpreadsheetRowLimit) {
-            warnings << QStringLiteral("warning: the External Data worksheet gets %1 rows; spreadsheet applications "
-                                       "read only the first %2 (--set externalData=false leaves it out)")
-                            .arg(english.toString(externalRows), english.toString(SpreadsheetRowLimit));
-        }
-    }
-    return warnings;
 }

@@ -4,10 +4,7 @@
 // with the target file, call exportFrame for every frame in order, finalize. Publishes where
 // it stands in an ExportActivity, for the progress display and the interrupt watcher.
 
-#include <QMap>
 #include <QString>
-#include <QStringList>
-#include <QVariant>
 
 #include <atomic>
 #include <cstdint>
@@ -73,17 +70,7 @@ ExportOutcome runExport(const ExportJob& job, ExportActivity& activity);
 // Whether standard error is a terminal, where a progress display belongs.
 bool standardErrorIsTerminal();
 
-// The most rows a worksheet can have in spreadsheet applications; they stop reading there.
-inline constexpr std::int64_t SpreadsheetRowLimit = 1048576;
-
 // The frame skip the exporter applies for these settings (a negative one counts as 0) and the
 // number of frames it exports of `frameCalls`.
 std::int64_t effectiveFrameSkip(const AbstractSettingsSynchronizer& settings);
 std::int64_t exportedFrameCount(std::int64_t frameCalls, std::int64_t frameSkip);
-
-// Warnings for worksheets that the export would fill beyond SpreadsheetRowLimit, estimated
-// from the settings in force, the number of frames and the recording's external channels.
-// `registered` holds the keys the plug-in registered with their defaults; `settings` answers
-// their values for this run.
-QStringList rowLimitWarnings(const AbstractTaviStudioPluginInterface& host, const QMap<QString, QVariant>& registered,
-                             const AbstractSettingsSynchronizer& settings, std::int64_t frameCalls);

@@ -266,7 +266,7 @@ int run(const CommandLine& line)
     options.summaries = !line.quiet;
     options.showProgress = !line.quiet && standardErrorIsTerminal();
     options.nameInErrors = line.action == CommandLine::Action::ExportBatch;
-    const std::vector<ExportResult> results = runExports(factory, {settings, settings->defaults()}, requests, options);
+    const std::vector<ExportResult> results = runExports(factory, *settings, requests, options);
 
     int status = exitStatusOf(results);
     const int signal = interrupts::stopSignal();

@@ -2,6 +2,8 @@
 
 #include "exportrun.h"
 
+#include <QStringList>
+
 #include <cmath>
 #include <cstdio>
 

@@ -21,7 +21,7 @@ QJsonObject describe(const ExportRequest& request, const ExportResult& result)
         {QStringLiteral("frameSkip"), count(result.frameSkip)},
         {QStringLiteral("sheets"), count(result.workbook.sheets)},
         {QStringLiteral("rows"), count(result.workbook.rows)},
-        {QStringLiteral("continuationSheets"), count(result.workbook.continuationSheets)},
+        {QStringLiteral("continuationSheets"), count(result.workbook.continuationSheets.size())},
         {QStringLiteral("seconds"), written ? QJsonValue(result.seconds) : QJsonValue()},
         {QStringLiteral("bytes"), count(result.bytes)},
     };

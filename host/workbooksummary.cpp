@@ -107,16 +107,17 @@ QString unescapeXml(QString text)
     return text;
 }
 
-int continuationSheets(const QStringList& titles)
+QStringList continuationSheets(const QStringList& titles)
 {
     static const QRegularExpression numbered(QStringLiteral("^(.*) ([2-9]|[1-9][0-9]+)$"));
     const QSet<QString> all(titles.cbegin(), titles.cend());
-    int count = 0;
+    QStringList continuations;
     for (const QString& title : titles) {
         const QRegularExpressionMatch match = numbered.match(title);
-        count += match.hasMatch() && all.contains(match.captured(1));
+        if (match.hasMatch() && all.contains(match.captured(1)))
+            continuations << title;
     }
-    return count;
+    return continuations;
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 // than what was meant to be.
 
 #include <QString>
+#include <QStringList>
 
 #include <cstdint>
 #include <optional>
@@ -14,10 +15,14 @@ struct WorkbookSummary
     int sheets = 0;
     // Rows of every worksheet, header rows included, as the worksheets' dimensions state them.
     std::int64_t rows = 0;
-    // Sheets that carry on a sheet past the row limit: titled like another sheet plus " 2",
-    // " 3" and so on.
-    int continuationSheets = 0;
+    // The titles of the sheets that carry on a sheet past the row limit: titled like another
+    // sheet plus " 2", " 3" and so on.
+    QStringList continuationSheets;
 };
+
+// The most rows a worksheet holds; the exporter carries a longer sheet on in continuation
+// sheets.
+inline constexpr std::int64_t MostSheetRows = 1048576;
 
 // Answers nothing when the file is not a workbook that can be read.
 std::optional<WorkbookSummary> summarizeWorkbook(const QString& path);

@@ -2,7 +2,9 @@
 // its own (written, skipped, rejected, failed), the exit status of the worst, one summary
 // line per workbook and the JSON report, and workbooks the same as single runs give.
 
+#include "batch.h"
 #include "clirunner.h"
+#include "workbooksummary.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -128,4 +130,42 @@ TEST(CliBatch, SideBySideExportsEndEachOnTheirOwn)
     EXPECT_EQ(resumed.exitCode, 2);
     EXPECT_TRUE(resumed.out.isEmpty());
     EXPECT_TRUE(resumed.err.startsWith("tavi-export: in/broken.json:")) << resumed.err.toStdString();
+}
+
+TEST(CliBatch, SummaryCountsWhatTheWorkbookHolds)
+{
+    // A workbook made by Python's zipfile, so the summary does not lean on the archive code
+    // that wrote it: a sheet carried on past the row limit, and a title that only looks like
+    // a continuation.
+    CliWorkspace space;
+    QProcess python;
+    python.start(QStringLiteral("/usr/bin/python3"),
+                 {"-c", "import sys, zipfile\n"
+                        "titles = ['General Information', 'External Data', 'External Data 2', 'Trial 2']\n"
+                        "extents = ['A1:B6', 'A1:F1048576', 'A1:F7', 'A1']\n"
+                        "with zipfile.ZipFile(sys.argv[1], 'w', zipfile.ZIP_DEFLATED) as z:\n"
+                        "    z.writestr('xl/workbook.xml', '<workbook><sheets>' + ''.join(\n"
+                        "        '<sheet name=\"%s\" sheetId=\"%d\"/>' % (t, i + 1) for i, t in enumerate(titles))"
+                        " + '</sheets></workbook>')\n"
+                        "    for i, e in enumerate(extents):\n"
+                        "        z.writestr('xl/worksheets/sheet%d.xml' % (i + 1), '<worksheet><dimension ref=\"%s\"/>' % e"
+                        " + '<sheetData/>' * 5000 + '</worksheet>')\n",
+                  space.path("made.xlsx")});
+    ASSERT_TRUE(python.waitForFinished(60000) && python.exitCode() == 0) << python.readAllStandardError().toStdString();
+
+    const std::optional<WorkbookSummary> summary = summarizeWorkbook(space.path("made.xlsx"));
+    ASSERT_TRUE(summary);
+    EXPECT_EQ(summary->sheets, 4);
+    EXPECT_EQ(summary->rows, 6 + 1048576 + 7 + 1);
+    EXPECT_EQ(summary->continuationSheets, QStringList({"External Data 2"}));
+
+    ExportRequest request;
+    request.outputPath = QStringLiteral("made.xlsx");
+    ExportResult result;
+    result.workbook = *summary;
+    EXPECT_EQ(continuationNote(request, result).toStdString(),
+              R"(note: "made.xlsx" has sheets longer than 1,048,576 rows; they go on in External Data 2)");
+
+    space.writeFile("text.xlsx", "not an archive");
+    EXPECT_FALSE(summarizeWorkbook(space.path("text.xlsx")));
 }
