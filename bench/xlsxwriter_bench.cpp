@@ -8,6 +8,7 @@
 #include "deflateworkers.h"
 #include "packageparts.h"
 #include "partfile.h"
+#include "sheetstream.h"
 #include "worksheet.h"
 #include "zip.h"
 
@@ -77,23 +78,25 @@ void writeWithThisProject(const QString& folder, const QString& target, int fram
 {
     xlsx::DeflateWorkers workers(6, xlsx::PartFile::BufferSize);
     xlsx::CellWriter cells;
-    std::vector<xlsx::PartFile> sheets(std::size(Shapes));
+    std::vector<xlsx::SheetStream> sheets(std::size(Shapes));
     int sheet = 0;
+    int nextSheetNumber = static_cast<int>(std::size(Shapes)) + 1; // none: no sheet passes the row limit
     for (const Shape& shape : Shapes) {
-        xlsx::PartFile& file = sheets[sheet];
-        const int rows = frames * shape.rowsPerFrame;
-        xlsx::createSheetFile(file, sheet + 1, folder, rows + 1, shape.columns, &workers);
-        QList<QString> headers;
+        xlsx::SheetStream& stream = sheets[sheet];
+        stream.open(folder, sheet + 1, xlsx::SheetStream::MaxRows, &workers);
+        QStringList headers;
         for (int c = 1; c <= shape.columns; ++c)
             headers.append(QString::fromStdString(headerText(c)));
-        cells.setHeaders(file, headers);
-        for (int r = 2; r <= rows + 1; ++r) {
-            cells.newRow(file, r, shape.columns);
-            cells.writeInt(file, r, 1, r - 2);
+        stream.writePrologue(cells, {}, headers);
+        const int rows = frames * shape.rowsPerFrame;
+        for (int i = 0; i < rows; ++i) {
+            const int r = stream.nextRow(cells, nextSheetNumber);
+            cells.newRow(stream, r, shape.columns);
+            cells.writeInt(stream, r, 1, r - 2);
             for (int c = 2; c <= shape.columns; ++c)
-                cells.writeNumber(file, r, c, cellValue(sheet, r, c));
+                cells.writeNumber(stream, r, c, cellValue(sheet, r, c));
         }
-        xlsx::finishSheet(file);
+        stream.finish();
         ++sheet;
     }
 
@@ -108,15 +111,14 @@ void writeWithThisProject(const QString& folder, const QString& target, int fram
     xlsx::writeContentTypesHead(contentTypes);
     xlsx::writeAppPropertiesHead(app, sheet);
     xlsx::writeWorkbookRelsHead(rels);
-    int number = 1;
-    for (int s = 0; s < sheet; ++s) {
-        const std::string title = "Sheet " + std::to_string(s + 1);
-        xlsx::addSheet(true, number, title.c_str(), workbook, contentTypes, app, rels);
+    for (int s = 1; s <= sheet; ++s) {
+        xlsx::addSheet(s, "Sheet " + std::to_string(s), workbook, contentTypes, app);
+        xlsx::addSheetRelationship(s, rels);
     }
     xlsx::writeWorkbookTail(workbook);
     xlsx::writeContentTypesTail(contentTypes);
     xlsx::writeAppPropertiesTail(app);
-    xlsx::writeWorkbookRelsTail(rels, number);
+    xlsx::writeWorkbookRelsTail(rels, sheet + 1);
 
     zip_t* archive = zip_open(target.toUtf8().constData(), 6, 'w');
     if (!archive)
@@ -140,8 +142,8 @@ void writeWithThisProject(const QString& folder, const QString& target, int fram
         xlsx::addFileToZip(archive, name, (folder + file).toUtf8().constData());
     for (int s = 0; s < sheet; ++s) {
         const QString path = folder + QStringLiteral("/sheet%1.xml").arg(s + 1);
-        xlsx::addDeflatedFileToZip(archive, QStringLiteral("xl/worksheets/sheet%1.xml").arg(s + 1).toUtf8().constData(),
-                                   path.toUtf8().constData(), sheets[s].deflatedText());
+        xlsx::addWorksheetToZip(archive, QStringLiteral("xl/worksheets/sheet%1.xml").arg(s + 1).toUtf8().constData(),
+                                sheets[s].parts().front(), path.toUtf8().constData(), 6);
     }
     zip_close(archive);
 }

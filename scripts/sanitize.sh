@@ -1,16 +1,23 @@
 #!/usr/bin/env bash
-# Builds the exporter and archive tests with sanitizers into build-sanitize-<kind>/ and runs
-# them (LibreOffice's run left out: it tests the file, not the code).
+# Builds the archive, deflate-worker and exporter tests with sanitizers into
+# build-sanitize-<kind>/ and runs them.
 # Usage: scripts/sanitize.sh thread | address,undefined
+#
+# Exporter tests that read workbooks back start Python through QProcess, whose way of starting
+# a child the thread sanitizer does not follow (it then reports races in memory it no longer
+# tracks); under `thread` only the exporter tests that start no reader run: failures, abort,
+# destruction, and what an export may touch.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 kind="${1:?usage: scripts/sanitize.sh thread|address,undefined}"
 dir="build-sanitize-${kind//,/-}"
-tests=(exporter_tests zip_tests deflatedpart_tests)
 bash scripts/install-deps.sh
 cmake -S . -B "$dir" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTAVI_SANITIZE="$kind" >/dev/null
-cmake --build "$dir" -j2 $(printf -- '--target %s ' "${tests[@]}")
+cmake --build "$dir" -j2 --target exporter_tests --target zip_tests --target deflatedpart_tests
+selection='^(zip_tests|deflatedpart_tests|exporter_tests)\.'
+if [ "$kind" = thread ]; then
+    selection='^(zip_tests|deflatedpart_tests)\.|^exporter_tests\.ExportTest\.(ExportFrameBefore|UnwritableTarget|TargetThatCannot|AbortAndDestruction|WriteFailure|NamesPlanted|TheTargetIsReplaced|ExportsToOneTarget|AWriteFailureAnywhere)'
+fi
 export TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1"
 export UBSAN_OPTIONS="halt_on_error=1 print_stacktrace=1"
-ctest --test-dir "$dir" -j2 --output-on-failure \
-    -R "^($(IFS='|'; echo "${tests[*]}"))\\." -E "LibreOffice"
+ctest --test-dir "$dir" -j2 --output-on-failure -R "$selection" -E "LibreOffice"
