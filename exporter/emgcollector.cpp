@@ -62,11 +62,13 @@ void EmgCollector::collectAndResample(int firstFrame, int lastFrame, int frameSk
     // The same selection as the exporter's: the first frame, then every (frameSkip + 1)-th.
     bool haveFirstUsed = false;
     long long firstUsed = 0;
-    for (long long frame = firstFrame; frame <= lastFrame; ++frame) {
+    // No export has more than INT_MAX frames: the count of frames used stays an int.
+    const long long last = std::min<long long>(lastFrame, static_cast<long long>(firstFrame) + INT_MAX - 1);
+    for (long long frame = firstFrame; frame <= last; ++frame) {
         if (!haveFirstUsed) {
             haveFirstUsed = true;
             firstUsed = frame;
-        } else if (frameSkip >= 1 && (frame - firstUsed) % (frameSkip + 1) != 0) {
+        } else if (frameSkip >= 1 && (frame - firstUsed) % (frameSkip + 1LL) != 0) {
             continue;
         }
 

@@ -43,8 +43,7 @@ QString ExcelExporter::describeFailure(const std::exception_ptr& failure) const
 void ExcelExporter::loadSettings()
 {
     const ExportSettings settings = loadExportSettings(m_settings);
-    // A negative skip (the options page stores -1 when nothing is selected) exports every frame.
-    m_frameSkip = settings.frameSkip < 0 ? 0 : settings.frameSkip;
+    m_frameSkip = settings.frameSkip;
     m_sheetEnabled = settings.sheetEnabled;
 }
 
@@ -55,6 +54,8 @@ bool ExcelExporter::initialize(const QString& fileName)
         initializeSession(fileName);
         m_initialized = true;
         return true;
+    } catch (const std::bad_alloc&) {
+        m_lastErrorText = describeFailure(std::current_exception());
     } catch (const std::exception& e) {
         m_lastErrorText = QString::fromUtf8(e.what());
     } catch (...) {
@@ -183,7 +184,7 @@ bool ExcelExporter::useThisFrame(int frame)
     }
     if (m_frameSkip == 0)
         return true;
-    return (static_cast<long long>(frame) - m_firstExportedFrame) % (m_frameSkip + 1) == 0;
+    return (static_cast<long long>(frame) - m_firstExportedFrame) % (m_frameSkip + 1LL) == 0;
 }
 
 void ExcelExporter::cleanup()

@@ -14,6 +14,9 @@
 class AbstractSettingsSynchronizer;
 
 inline constexpr const char* FrameSkipKey = "frameSkip";
+// The largest frame skip applied; a larger stored value counts as this one. Frame numbers
+// stay below a billion, so a skip this large keeps only the first frame of any recording.
+inline constexpr int FrameSkipLimit = 1000000000;
 
 // The 21 keys with their defaults ("frameSkip" int 0, every sheet key bool true).
 QMap<QString, QVariant> exportSettingDefaults();
@@ -26,6 +29,8 @@ struct ExportSettings
     std::array<bool, SheetSwitchCount> sheetEnabled{};  // indexed by switchIndex()
 };
 
-// Reads "frameSkip", then the data-sheet switches in catalogue order, then "markers". No
-// validation: a value that does not convert reads 0 or false. A null store reads nothing.
+// Reads "frameSkip", then the data-sheet switches in catalogue order, then "markers". A value
+// that does not convert reads 0 or false; the frame skip is brought into 0..FrameSkipLimit (a
+// negative one, which the options page stores when nothing is selected, counts as 0). A null
+// store reads nothing.
 ExportSettings loadExportSettings(const AbstractSettingsSynchronizer* store);

@@ -2,6 +2,8 @@
 
 #include "exporttestsupport.h"
 
+#include <climits>
+
 using namespace testrec;
 
 namespace {
@@ -219,6 +221,17 @@ TEST_F(ExportTest, FrameSkipSelectsFramesFromTheFirstExported)
     ASSERT_TRUE(book);
     EXPECT_EQ(book->sheet(Velocity)->rowCount(), 5);
     EXPECT_EQ(book->sheet(Velocity)->dimension, "A1:BR5");
+
+    // The largest skip a settings file can hold keeps the first frame alone, External Data's
+    // selection included (60 frames per second give 40 samples per frame).
+    o.channelRates = {120};
+    book = exportAndRead(o, {{QStringLiteral("frameSkip"), INT_MAX}});
+    ASSERT_TRUE(book);
+    ASSERT_EQ(book->sheet(Velocity)->rowCount(), 2);
+    EXPECT_EQ(book->sheet(Velocity)->number(2, 1), 10);
+    const DumpedSheet* external = book->sheet(QStringLiteral("External Data"));
+    ASSERT_EQ(external->rowCount(), 41);
+    EXPECT_EQ(external->number(41, 1), 10);
 }
 
 TEST_F(ExportTest, NegativeFramesAreExportedWithoutStartingTheSkipCount)

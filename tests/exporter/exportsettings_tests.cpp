@@ -5,6 +5,7 @@
 
 #include <QMetaType>
 
+#include <climits>
 #include <utility>
 
 namespace {
@@ -87,10 +88,15 @@ TEST(LoadExportSettings, ReadsEachKeyIntoItsOwnSwitchInCatalogueOrder)
     }
 }
 
-TEST(LoadExportSettings, FrameSkipPassesUnvalidated)
+TEST(LoadExportSettings, FrameSkipIsBroughtIntoRange)
 {
-    const std::pair<QVariant, int> cases[] = {
-        {QVariant(-1), -1}, {QVariant(QStringLiteral("3")), 3}, {QVariant(QStringLiteral("every other")), 0}};
+    const std::pair<QVariant, int> cases[] = {{QVariant(-1), 0},
+                                              {QVariant(INT_MIN), 0},
+                                              {QVariant(QStringLiteral("3")), 3},
+                                              {QVariant(QStringLiteral("every other")), 0},
+                                              {QVariant(FrameSkipLimit), FrameSkipLimit},
+                                              {QVariant(QStringLiteral("2147483647")), FrameSkipLimit},
+                                              {QVariant(qlonglong{1} << 40), FrameSkipLimit}};
     for (const auto& [stored, expected] : cases) {
         RecordingStore store;
         store.values.insert("frameSkip", stored);
