@@ -77,10 +77,11 @@ ExportResult exportOne(const BatchContext& context, const ExportRequest& request
 
     activity.enter(ExportActivity::Phase::Reading);
     std::shared_ptr<PreparedRecording> recording = request.prepared;
+    PrepareFailure failure = PrepareFailure::None;
     if (!recording)
-        recording = prepareRecording(request, result.error);
+        recording = prepareRecording(request, result.error, failure);
     if (!recording) {
-        result.status = Status::Rejected;
+        result.status = failure == PrepareFailure::OutOfMemory ? Status::Failed : Status::Rejected;
         return result;
     }
     result.frames = recording->frameCalls;

@@ -6,6 +6,8 @@
 
 #include <QFileInfo>
 
+#include <new>
+
 QString ExportRequest::inputName() const
 {
     switch (source) {
@@ -19,7 +21,9 @@ QString ExportRequest::inputName() const
     return recordingPath;
 }
 
-std::shared_ptr<PreparedRecording> prepareRecording(const ExportRequest& request, QString& error)
+namespace {
+
+std::shared_ptr<PreparedRecording> prepare(const ExportRequest& request, QString& error, PrepareFailure& failure)
 {
     auto prepared = std::make_shared<PreparedRecording>();
     switch (request.source) {
@@ -32,6 +36,7 @@ std::shared_ptr<PreparedRecording> prepareRecording(const ExportRequest& request
         RecordingReadResult read = readRecordingFile(request.recordingPath);
         if (!read.ok()) {
             error = read.error;
+            failure = read.outOfMemory ? PrepareFailure::OutOfMemory : PrepareFailure::Rejected;
             return nullptr;
         }
         prepared->host = std::make_unique<RecordingHost>(std::move(*read.recording));
@@ -45,6 +50,23 @@ std::shared_ptr<PreparedRecording> prepareRecording(const ExportRequest& request
     prepared->frameCalls = static_cast<std::int64_t>(host->frameNumbers().size());
     prepared->frameAt = [host](std::int64_t call) { return host->frameNumbers()[static_cast<std::size_t>(call)]; };
     return prepared;
+}
+
+} // namespace
+
+std::shared_ptr<PreparedRecording> prepareRecording(const ExportRequest& request, QString& error,
+                                                    PrepareFailure& failure)
+{
+    failure = PrepareFailure::None;
+    try {
+        return prepare(request, error, failure);
+    } catch (const std::bad_alloc&) {
+        // Running out of memory is a failed export, not a wrong recording.
+        error = QStringLiteral("%1: not enough memory to prepare the recording; you could retry with a smaller data set")
+                    .arg(request.inputName());
+        failure = PrepareFailure::OutOfMemory;
+        return nullptr;
+    }
 }
 
 QString workbookNameFor(const QString& recordingPath)

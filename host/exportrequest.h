@@ -33,9 +33,13 @@ struct ExportRequest
     QString inputName() const;
 };
 
+// Why a recording could not be made ready.
+enum class PrepareFailure { None, Rejected, OutOfMemory };
+
 // Reads or generates the request's recording. Answers nothing, with `error` set, when the
-// recording file is rejected.
-std::shared_ptr<PreparedRecording> prepareRecording(const ExportRequest& request, QString& error);
+// recording file is rejected or memory runs out while it is read or generated.
+std::shared_ptr<PreparedRecording> prepareRecording(const ExportRequest& request, QString& error,
+                                                    PrepareFailure& failure);
 
 // The workbook name of a recording in batch mode: its file name without ".json", ".json.gz"
 // or ".gz", followed by ".xlsx".

@@ -30,6 +30,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <memory>
+#include <new>
 #include <variant>
 #include <vector>
 
@@ -191,10 +192,11 @@ int run(const CommandLine& line)
             return ExitUsageError;
         }
         QString recordingError;
-        request.prepared = prepareRecording(request, recordingError);
+        PrepareFailure failure = PrepareFailure::None;
+        request.prepared = prepareRecording(request, recordingError, failure);
         if (!request.prepared) {
             printError(recordingError);
-            return ExitUsageError;
+            return failure == PrepareFailure::OutOfMemory ? ExitExportFailed : ExitUsageError;
         }
     }
 
@@ -285,22 +287,9 @@ int run(const CommandLine& line)
 
 } // namespace
 
-int main(int argc, char** argv)
+// What the command line asks for, once it has been parsed.
+static int runAction(const CommandLine& line)
 {
-    // Before any thread starts, so that only the watcher takes these signals.
-    blockInterruptSignals();
-    interrupts::startWatcher();
-    const std::unique_ptr<QCoreApplication> application = wantsOptionsDialog(argc, argv)
-        ? createDialogApplication(argc, argv)
-        : std::make_unique<QCoreApplication>(argc, argv);
-    QCoreApplication::setApplicationName(QStringLiteral("tavi-export"));
-    QCoreApplication::setApplicationVersion(QStringLiteral(TAVI_EXPORT_VERSION));
-
-    const auto parsed = parseCommandLine(QCoreApplication::arguments());
-    if (const QString* error = std::get_if<QString>(&parsed))
-        return usageError(*error);
-    const CommandLine& line = std::get<CommandLine>(parsed);
-
     switch (line.action) {
     case CommandLine::Action::ShowHelp:
         std::fputs(qPrintable(helpText(defaultSettingsPath())), stdout);
@@ -318,3 +307,29 @@ int main(int argc, char** argv)
         return run(line);
     }
 }
+
+int main(int argc, char** argv)
+{
+    // Before any thread starts, so that only the watcher takes these signals.
+    blockInterruptSignals();
+    interrupts::startWatcher();
+    const std::unique_ptr<QCoreApplication> application = wantsOptionsDialog(argc, argv)
+        ? createDialogApplication(argc, argv)
+        : std::make_unique<QCoreApplication>(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("tavi-export"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(TAVI_EXPORT_VERSION));
+
+    const auto parsed = parseCommandLine(QCoreApplication::arguments());
+    if (const QString* error = std::get_if<QString>(&parsed))
+        return usageError(*error);
+    const CommandLine& line = std::get<CommandLine>(parsed);
+
+    try {
+        return runAction(line);
+    } catch (const std::bad_alloc&) {
+        // The plug-in reports its own; this is the program's memory running out.
+        printError(QStringLiteral("not enough memory; you could retry with a smaller data set"));
+        return ExitExportFailed;
+    }
+}
+

@@ -561,7 +561,9 @@ RecordingReadResult readFrom(JsonStream::Source source, std::size_t bufferSize, 
         result.error = QStringLiteral("%1: %2").arg(name, QString::fromStdString(e.what()));
     } catch (const std::bad_alloc&) {
         result.recording.reset();
-        result.error = QStringLiteral("%1: not enough memory to read the recording").arg(name);
+        result.outOfMemory = true;
+        result.error = QStringLiteral("%1: not enough memory to read the recording; you could retry with a smaller data set")
+                           .arg(name);
     } catch (const std::runtime_error& e) {
         result.error = QStringLiteral("%1: cannot read: %2").arg(name, QString::fromLocal8Bit(e.what()));
     }
