@@ -7,7 +7,7 @@ packages=(
     cmake g++ make pkg-config
     qt6-base-dev qt6-qpa-plugins qt6-l10n-tools qt6-tools-dev qt6-tools-dev-tools
     libisal-dev zlib1g-dev libgtest-dev
-    qt6-translations-l10n dpkg-dev file groff-base
+    qt6-translations-l10n dpkg-dev file groff-base clang-format
     python3 python3-openpyxl python3-jsonschema unzip locales-all libreoffice-calc-nogui
 )
 
