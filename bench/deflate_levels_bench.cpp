@@ -46,7 +46,8 @@ std::size_t zlibSize(const std::string& data)
     return total;
 }
 
-struct IgzipSetting {
+struct IgzipSetting
+{
     std::uint32_t level;
     std::uint32_t bufferSize;
     const char* name;
@@ -122,12 +123,13 @@ int main(int argc, char** argv)
             total += compress(data);
         const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
         std::printf("%-10s %12zu bytes  %.4fx zlib 6  %6.2f s  %6.0f MB/s\n", name, total,
-                    reference ? double(total) / reference : 1.0, seconds, input / seconds / 1e6);
+            reference ? double(total) / reference : 1.0, seconds, input / seconds / 1e6);
         return total;
     };
     std::printf("%zu files, %zu bytes\n", files.size(), input);
     const std::size_t zlib = measure("zlib 6", zlibSize, 0);
     for (const IgzipSetting& setting : IgzipSettings)
-        measure(setting.name, [&setting](const std::string& data) { return igzipSize(data, setting); }, zlib);
+        measure(
+            setting.name, [&setting](const std::string& data) { return igzipSize(data, setting); }, zlib);
     return 0;
 }

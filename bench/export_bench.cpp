@@ -67,9 +67,9 @@ int main(int argc, char** argv)
     const qint64 totalMs = timer.elapsed();
 
     std::printf("frames %d: initialize %.2f s, frames %.2f s (%.0f frames/s), finalize %.2f s, total %.2f s\n", frames,
-                initializeMs / 1000.0, framesMs / 1000.0, frames / (framesMs / 1000.0),
-                (totalMs - initializeMs - framesMs) / 1000.0, totalMs / 1000.0);
+        initializeMs / 1000.0, framesMs / 1000.0, frames / (framesMs / 1000.0),
+        (totalMs - initializeMs - framesMs) / 1000.0, totalMs / 1000.0);
     std::printf("workbook %.1f MB; peak resident memory %.1f MB (%.1f MB before the export)\n",
-                QFileInfo(target).size() / 1e6, peakResidentKiB() / 1024.0, before / 1024.0);
+        QFileInfo(target).size() / 1e6, peakResidentKiB() / 1024.0, before / 1024.0);
     return 0;
 }

@@ -72,7 +72,7 @@ int main(int argc, char** argv)
         const double theirs = nanosecondsPerValue(*values, library, checksum);
         const std::size_t differences = countDifferences(*values);
         std::printf("%-26s %zu values: formatG15 %.1f ns, std::to_chars %.1f ns (%.2fx), %zu differences\n", name,
-                    values->size(), ours, theirs, theirs / ours, differences);
+            values->size(), ours, theirs, theirs / ours, differences);
         failures += differences != 0;
     }
     return failures;

@@ -36,7 +36,7 @@ int main(int argc, char** argv)
             return 1;
         }
         std::printf("QJsonDocument: %lld top-level members in %.2f s\n",
-                    static_cast<long long>(document.object().size()), timer.nsecsElapsed() / 1e9);
+            static_cast<long long>(document.object().size()), timer.nsecsElapsed() / 1e9);
         return 0;
     }
 
@@ -48,6 +48,6 @@ int main(int argc, char** argv)
     const double seconds = timer.nsecsElapsed() / 1e9;
     const QFileInfo info(path);
     std::printf("read %zu frames (%.0f MB) in %.2f s, %.0f MB/s\n", result.recording->frameNumbers().size(),
-                info.size() / 1e6, seconds, info.size() / 1e6 / seconds);
+        info.size() / 1e6, seconds, info.size() / 1e6 / seconds);
     return 0;
 }

@@ -33,13 +33,14 @@ namespace {
 
 // Columns of the data sheets of a synthetic export with every sheet on, and rows per frame
 // (External Data holds about ten samples per frame).
-struct Shape {
+struct Shape
+{
     int columns;
     int rowsPerFrame;
 };
-const Shape Shapes[] = {{269, 1}, {202, 1}, {202, 1}, {82, 1},  {82, 1},  {82, 1},  {82, 1},
-                        {193, 1}, {193, 1}, {19, 1},  {19, 1},  {10, 1},  {4, 1},   {6, 10},
-                        {202, 1}, {202, 1}, {269, 1}, {202, 1}};
+const Shape Shapes[] = {{269, 1}, {202, 1}, {202, 1}, {82, 1}, {82, 1}, {82, 1}, {82, 1},
+    {193, 1}, {193, 1}, {19, 1}, {19, 1}, {10, 1}, {4, 1}, {6, 10},
+    {202, 1}, {202, 1}, {269, 1}, {202, 1}};
 
 // Smooth motion-like values with 15 significant digits, the same for both writers.
 double cellValue(int sheet, int row, int column)
@@ -53,7 +54,8 @@ std::string headerText(int column)
     return "Column " + std::to_string(column);
 }
 
-struct Times {
+struct Times
+{
     double wall;
     double cpu;
 };
@@ -125,25 +127,25 @@ void writeWithThisProject(const QString& folder, const QString& target, int fram
         throw std::runtime_error("cannot create the archive");
     const QByteArray core = xlsx::coreProperties(xlsx::corePropertiesTimestamp(QDateTime::currentDateTime()));
     const std::pair<const char*, std::string_view> fixed[] = {{"_rels/.rels", xlsx::PackageRelationships},
-                                                             {"docProps/core.xml", {core.constData(), std::size_t(core.size())}},
-                                                             {"xl/styles.xml", xlsx::StyleSheet},
-                                                             {"xl/theme/theme1.xml", xlsx::Theme}};
+        {"docProps/core.xml", {core.constData(), std::size_t(core.size())}},
+        {"xl/styles.xml", xlsx::StyleSheet},
+        {"xl/theme/theme1.xml", xlsx::Theme}};
     for (const auto& [name, text] : fixed) {
         zip_entry_open(archive, name);
         zip_entry_write(archive, text.data(), text.size());
         zip_entry_close(archive);
     }
     const std::pair<const char*, const char*> parts[] = {{"[Content_Types].xml", "/[Content_Types].xml"},
-                                                        {"docProps/app.xml", "/app.xml"},
-                                                        {"xl/_rels/workbook.xml.rels", "/workbook.xml.rels"},
-                                                        {"xl/sharedStrings.xml", "/sharedStrings.xml"},
-                                                        {"xl/workbook.xml", "/workbook.xml"}};
+        {"docProps/app.xml", "/app.xml"},
+        {"xl/_rels/workbook.xml.rels", "/workbook.xml.rels"},
+        {"xl/sharedStrings.xml", "/sharedStrings.xml"},
+        {"xl/workbook.xml", "/workbook.xml"}};
     for (const auto& [name, file] : parts)
         xlsx::addFileToZip(archive, name, (folder + file).toUtf8().constData());
     for (int s = 0; s < sheet; ++s) {
         const QString path = folder + QStringLiteral("/sheet%1.xml").arg(s + 1);
         xlsx::addWorksheetToZip(archive, QStringLiteral("xl/worksheets/sheet%1.xml").arg(s + 1).toUtf8().constData(),
-                                sheets[s].parts().front(), path.toUtf8().constData(), 6);
+            sheets[s].parts().front(), path.toUtf8().constData(), 6);
     }
     zip_close(archive);
 }
@@ -166,7 +168,7 @@ void writeWithXlsxWriter(const QString& folder, const QString& target, int frame
             worksheet_write_number(worksheet, static_cast<lxw_row_t>(r - 1), 0, r - 2, nullptr);
             for (int c = 2; c <= shape.columns; ++c)
                 worksheet_write_number(worksheet, static_cast<lxw_row_t>(r - 1), static_cast<lxw_col_t>(c - 1),
-                                       cellValue(sheet, r, c), nullptr);
+                    cellValue(sheet, r, c), nullptr);
         }
         ++sheet;
     }
@@ -202,11 +204,11 @@ int main(int argc, char** argv)
     };
     std::printf("%d frames, %d rounds alternated, medians:\n", frames, rounds);
     std::printf("this project:  wall %.2f s, CPU %.2f s, %.1f MB\n", median(ours, &Times::wall), median(ours, &Times::cpu),
-                ourSize / 1e6);
+        ourSize / 1e6);
     std::printf("libxlsxwriter: wall %.2f s, CPU %.2f s, %.1f MB\n", median(theirs, &Times::wall),
-                median(theirs, &Times::cpu), theirSize / 1e6);
+        median(theirs, &Times::cpu), theirSize / 1e6);
     std::printf("ratio (this project / libxlsxwriter): wall %.3f, CPU %.3f, size %.3f\n",
-                median(ours, &Times::wall) / median(theirs, &Times::wall),
-                median(ours, &Times::cpu) / median(theirs, &Times::cpu), double(ourSize) / theirSize);
+        median(ours, &Times::wall) / median(theirs, &Times::wall),
+        median(ours, &Times::cpu) / median(theirs, &Times::cpu), double(ourSize) / theirSize);
     return 0;
 }

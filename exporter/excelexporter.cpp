@@ -6,13 +6,13 @@
 #include "vantor_quaternion.h"
 #include "worksheet.h"
 
-
 #include <exception>
 #include <new>
 #include <stdexcept>
 
 ExcelExporter::ExcelExporter(AbstractTaviStudioPluginInterface& host, AbstractSettingsSynchronizer* settings)
-    : m_host(host), m_settings(settings)
+    : m_host(host)
+    , m_settings(settings)
 {
 }
 
@@ -83,7 +83,7 @@ void ExcelExporter::initializeSession(const QString& fileName)
     const HeaderLists headers = buildHeaderLists(m_host);
     m_hasFingerTracking = headers.hasFingerTracking;
     m_columnCounts = {static_cast<int>(headers.segment.size()), static_cast<int>(headers.quaternion.size()),
-                      static_cast<int>(headers.joint.size()), static_cast<int>(headers.ergonomic.size())};
+        static_cast<int>(headers.joint.size()), static_cast<int>(headers.ergonomic.size())};
 
     // The Markers sheet is written by finalize; it only takes its number now.
     if (enabled(SheetId::Markers))
@@ -162,7 +162,7 @@ void ExcelExporter::acquireTempFolder()
 }
 
 std::vector<std::pair<int, int>> ExcelExporter::hiddenSensorColumns(int columnsPerSegment, const ConcreteTaviPose* pose,
-                                                                   int segmentCount)
+    int segmentCount)
 {
     std::vector<std::pair<int, int>> ranges;
     for (int i = 0; pose && i < segmentCount; ++i) {

@@ -71,7 +71,7 @@ private:
     void initializeSession(const QString& fileName);
     void acquireTempFolder();
     static std::vector<std::pair<int, int>> hiddenSensorColumns(int columnsPerSegment, const ConcreteTaviPose* pose,
-                                                                int segmentCount);
+        int segmentCount);
     void writeGeneralInformation();
     void writeSheetRow(SheetId id, int frame, const ConcreteTaviPose* pose, int segmentCount);
     void writeFingerSegments(SheetId id, const ConcreteTaviPose* pose, int segmentCount, int row);

@@ -23,8 +23,9 @@ void ExcelExporter::writeGeneralInformation()
 {
     xlsx::SheetStream& file = sheet(SheetId::GeneralInfo);
     if (file.isOpen()) {
-        file.body().write("<cols><col min=\"1\" max=\"1\" width=\"16\" customWidth=\"1\"/>"
-                   "<col min=\"2\" max=\"2\" width=\"48\" customWidth=\"1\"/></cols>");
+        file.body().write(
+            "<cols><col min=\"1\" max=\"1\" width=\"16\" customWidth=\"1\"/>"
+            "<col min=\"2\" max=\"2\" width=\"48\" customWidth=\"1\"/></cols>");
         file.body().write("<sheetData>");
     }
 

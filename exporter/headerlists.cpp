@@ -60,7 +60,12 @@ constexpr std::array<JointAxes, 22> bodyJoints = {{
 
 // In the host's ErgoIdx order.
 constexpr std::array<const char*, 6> ergonomicJoints = {
-    "T8_Head", "T8_LeftUpperArm", "T8_RightUpperArm", "Pelvis_T8", "Vertical_Pelvis", "Vertical_T8",
+    "T8_Head",
+    "T8_LeftUpperArm",
+    "T8_RightUpperArm",
+    "Pelvis_T8",
+    "Vertical_Pelvis",
+    "Vertical_T8",
 };
 
 const QString Frame = QStringLiteral("Frame");
@@ -153,16 +158,25 @@ const QStringList& HeaderLists::forSheet(HeaderList list) const
 {
     static const QStringList none;
     switch (list) {
-    case HeaderList::Segment: return segment;
-    case HeaderList::Quaternion: return quaternion;
-    case HeaderList::BodySegment: return bodySegment;
-    case HeaderList::Joint: return joint;
-    case HeaderList::Ergonomic: return ergonomic;
-    case HeaderList::CenterOfMass: return centerOfMass;
-    case HeaderList::GlobalPosition: return globalPosition;
-    case HeaderList::ExternalData: return externalData;
+    case HeaderList::Segment:
+        return segment;
+    case HeaderList::Quaternion:
+        return quaternion;
+    case HeaderList::BodySegment:
+        return bodySegment;
+    case HeaderList::Joint:
+        return joint;
+    case HeaderList::Ergonomic:
+        return ergonomic;
+    case HeaderList::CenterOfMass:
+        return centerOfMass;
+    case HeaderList::GlobalPosition:
+        return globalPosition;
+    case HeaderList::ExternalData:
+        return externalData;
     case HeaderList::None:
-    case HeaderList::Markers: break;  // General Information has none; finalize writes the Markers row
+    case HeaderList::Markers:
+        break; // General Information has none; finalize writes the Markers row
     }
     return none;
 }
@@ -226,7 +240,7 @@ QString fingerJointLabel(const QString& name)
 
     // The first character is a prefix and is dropped.
     QString label;
-    bool lastWasUpper = true;  // no blank before the label's first character
+    bool lastWasUpper = true; // no blank before the label's first character
     for (qsizetype i = 1; i < characters.size(); ++i) {
         const char32_t c = characters[i];
         const bool upper = QChar::isUpper(c);

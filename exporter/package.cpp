@@ -122,8 +122,7 @@ void ExcelExporter::assemblePackage()
     if (!archive)
         throw std::runtime_error("Could not create final xlsx file");
 
-    const QByteArray coreProperties =
-        xlsx::coreProperties(xlsx::corePropertiesTimestamp(QDateTime::currentDateTimeUtc()));
+    const QByteArray coreProperties = xlsx::coreProperties(xlsx::corePropertiesTimestamp(QDateTime::currentDateTimeUtc()));
     addContents(archive.get(), "_rels/.rels", xlsx::PackageRelationships);
     addContents(archive.get(), "docProps/core.xml", std::string_view(coreProperties.constData(), coreProperties.size()));
     addContents(archive.get(), "xl/styles.xml", xlsx::StyleSheet);
@@ -137,7 +136,7 @@ void ExcelExporter::assemblePackage()
         const QByteArray entryName = QStringLiteral("xl/worksheets/sheet%1.xml").arg(number).toUtf8();
         const QString body = QStringLiteral("%1sheet%2.xml").arg(m_tempFolder, QString::number(number));
         xlsx::addWorksheetToZip(archive.get(), entryName.constData(), parts[static_cast<std::size_t>(number)],
-                                QDir::toNativeSeparators(body).toUtf8().constData(), ArchiveLevel);
+            QDir::toNativeSeparators(body).toUtf8().constData(), ArchiveLevel);
     }
     if (zip_close(archive.release()) != 0 || !replaceTarget(archivePath, m_targetPath))
         throw std::runtime_error("Could not create final xlsx file");

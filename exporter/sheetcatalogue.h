@@ -35,37 +35,37 @@ enum class SheetId {
 
 // Which header list a sheet's row 1 holds.
 enum class HeaderList {
-    None,          // General Information: label and value rows
-    Markers,       // "Frame", "Marker Text"
-    Segment,       // per segment x, y, z; with finger segments
-    Quaternion,    // per segment q0..q3; with finger segments
-    BodySegment,   // the segment list before the finger extension
-    Joint,         // per joint three angles; with finger joints
+    None,        // General Information: label and value rows
+    Markers,     // "Frame", "Marker Text"
+    Segment,     // per segment x, y, z; with finger segments
+    Quaternion,  // per segment q0..q3; with finger segments
+    BodySegment, // the segment list before the finger extension
+    Joint,       // per joint three angles; with finger joints
     Ergonomic,
     CenterOfMass,
     GlobalPosition,
-    ExternalData,  // "Frame", "Sample", the channel names
+    ExternalData, // "Frame", "Sample", the channel names
 };
 
 // The `spans` value the sheet's frame rows carry.
 enum class RowSpan {
     None,
-    Vector3,     // length of the segment list
-    Quaternion,  // length of the quaternion list
-    Joint,       // length of the joint list
-    Ergonomic,   // length of the ergonomic list
-    Four,        // the literal 4
-    External,    // 2 + the number of channels
+    Vector3,    // length of the segment list
+    Quaternion, // length of the quaternion list
+    Joint,      // length of the joint list
+    Ergonomic,  // length of the ergonomic list
+    Four,       // the literal 4
+    External,   // 2 + the number of channels
 };
 
 struct SheetEntry
 {
     SheetId id;
-    const char* key;    // settings key
-    const char* title;  // tab title, also the settings description and the check box text
+    const char* key;   // settings key
+    const char* title; // tab title, also the settings description and the check box text
     HeaderList headers;
     RowSpan span;
-    int hiddenColumnsPerSegment;  // sensor sheets: segments without a valid sensor are hidden
+    int hiddenColumnsPerSegment; // sensor sheets: segments without a valid sensor are hidden
 };
 
 // Titles are marked for translation in the options page's context, where they label the

@@ -30,7 +30,8 @@ bool replaceTarget(const QString& finishedPath, const QString& targetPath)
     const QByteArray finished = QFile::encodeName(finishedPath);
     const QByteArray target = QFile::encodeName(targetPath);
 
-    struct stat earlier {};
+    struct stat earlier
+    { };
     if (::lstat(target.constData(), &earlier) == 0 && S_ISREG(earlier.st_mode)) {
         // A file its owner made read-only stays as it is, as when it was written in place.
         if (::access(target.constData(), W_OK) != 0)

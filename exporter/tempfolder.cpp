@@ -26,7 +26,9 @@ constexpr int Attempts = 5;
 class Descriptor
 {
 public:
-    explicit Descriptor(int fd = -1) : m_fd(fd) {}
+    explicit Descriptor(int fd = -1)
+        : m_fd(fd)
+    { }
     ~Descriptor()
     {
         if (m_fd >= 0)
@@ -66,7 +68,8 @@ bool listEntries(int folder, std::vector<std::pair<std::string, bool>>& entries)
     while (const dirent* entry = ::readdir(dir)) {
         if (std::strcmp(entry->d_name, ".") == 0 || std::strcmp(entry->d_name, "..") == 0)
             continue;
-        struct stat status {};
+        struct stat status
+        { };
         const bool isFolder = ::fstatat(folder, entry->d_name, &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(status.st_mode);
         entries.emplace_back(entry->d_name, isFolder);
     }
@@ -113,7 +116,8 @@ TempFolder::Result TempFolder::acquire(const QString& path)
     while (m_path.size() > 1 && m_path.endsWith('/'))
         m_path.chop(1);
     for (int attempt = 0; attempt < Attempts; ++attempt) {
-        struct stat status {};
+        struct stat status
+        { };
         Adoption outcome = Adoption::Unusable;
         if (::lstat(m_path.constData(), &status) == 0)
             outcome = adoptExisting();
@@ -145,7 +149,7 @@ TempFolder::Adoption TempFolder::makeNew()
         return Adoption::Unusable;
     Descriptor folder(openFolder(staging.constData()));
     Descriptor lock(folder.get() >= 0 ? ::openat(folder.get(), LockFileName,
-                                                 O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600)
+                        O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600)
                                       : -1);
     bool taken = false;
     if (lock.get() >= 0 && ::flock(lock.get(), LOCK_EX | LOCK_NB) == 0) {
@@ -169,14 +173,16 @@ TempFolder::Adoption TempFolder::adoptExisting()
     Descriptor folder(openFolder(m_path.constData()));
     if (folder.get() < 0)
         return errno == ENOENT ? Adoption::Retry : Adoption::Unusable;
-    struct stat folderStatus {};
+    struct stat folderStatus
+    { };
     if (::fstat(folder.get(), &folderStatus) != 0 || folderStatus.st_uid != ::geteuid())
         return Adoption::Unusable;
     Descriptor lock(::openat(folder.get(), LockFileName, O_RDWR | O_NOFOLLOW | O_CLOEXEC));
     if (lock.get() < 0)
         // Missing: a finishing export may be between removing its lock file and its folder.
         return errno == ENOENT ? Adoption::Retry : Adoption::Unusable;
-    struct stat lockStatus {};
+    struct stat lockStatus
+    { };
     if (::fstat(lock.get(), &lockStatus) != 0 || !S_ISREG(lockStatus.st_mode))
         return Adoption::Unusable;
     if (::flock(lock.get(), LOCK_EX | LOCK_NB) != 0)
@@ -184,7 +190,8 @@ TempFolder::Adoption TempFolder::adoptExisting()
 
     // The lock was free: make sure the folder and its lock file were not removed meanwhile by
     // the export that held them.
-    struct stat now {};
+    struct stat now
+    { };
     if (::lstat(m_path.constData(), &now) != 0 || !sameFile(now, folderStatus)
         || ::fstatat(folder.get(), LockFileName, &now, AT_SYMLINK_NOFOLLOW) != 0 || !sameFile(now, lockStatus))
         return Adoption::Retry;
@@ -200,7 +207,8 @@ TempFolder::Adoption TempFolder::adoptExisting()
 void TempFolder::sweepAbandonedSiblings() const
 {
     const int slash = m_path.lastIndexOf('/');
-    const QByteArray parent = slash < 0 ? QByteArray(".") : slash == 0 ? QByteArray("/") : m_path.left(slash);
+    const QByteArray parent = slash < 0 ? QByteArray(".") : slash == 0 ? QByteArray("/")
+                                                                       : m_path.left(slash);
     const QByteArray prefix = m_path.mid(slash + 1) + '.';
     Descriptor parentFolder(openFolder(parent.constData()));
     std::vector<std::pair<std::string, bool>> entries;
@@ -212,7 +220,8 @@ void TempFolder::sweepAbandonedSiblings() const
             || name.compare(0, prefix.size(), prefix.constData()) != 0)
             continue;
         Descriptor folder(openFolder(name.c_str(), parentFolder.get()));
-        struct stat status {};
+        struct stat status
+        { };
         if (folder.get() < 0 || ::fstat(folder.get(), &status) != 0 || status.st_uid != ::geteuid()
             || now - status.st_mtime < AbandonedAfterSeconds)
             continue;
@@ -233,7 +242,9 @@ void TempFolder::remove()
     removeFiles(m_folder);
     ::unlinkat(m_folder, LockFileName, 0);
     // Only the folder that was opened: rmdir itself refuses a link and a folder not empty.
-    struct stat opened {}, named {};
+    struct stat opened
+    {
+    }, named{};
     if (::fstat(m_folder, &opened) == 0 && ::lstat(m_path.constData(), &named) == 0 && sameFile(opened, named))
         ::rmdir(m_path.constData());
     close();

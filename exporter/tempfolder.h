@@ -38,7 +38,10 @@ public:
     void remove();
 
 private:
-    enum class Adoption { Ready, Busy, Unusable, Retry };
+    enum class Adoption { Ready,
+        Busy,
+        Unusable,
+        Retry };
     Adoption makeNew();
     Adoption adoptExisting();
     void sweepAbandonedSiblings() const;

@@ -147,12 +147,13 @@ QString summaryLine(const ExportRequest& request, const ExportResult& result)
     if (result.status == ExportResult::Status::Skipped)
         return QStringLiteral("skipped %1: it exists already").arg(quoted(request.outputPath));
     const QLocale english(QLocale::English);
-    return QStringLiteral("wrote %1: %2 of %3 frames (frame skip %4), %5 sheets, %6 rows, %7 continuation sheets, "
-                          "%8 s, %9 bytes")
+    return QStringLiteral(
+        "wrote %1: %2 of %3 frames (frame skip %4), %5 sheets, %6 rows, %7 continuation sheets, "
+        "%8 s, %9 bytes")
         .arg(quoted(request.outputPath), english.toString(result.exportedFrames), english.toString(result.frames),
-             QString::number(result.frameSkip), QString::number(result.workbook.sheets),
-             english.toString(result.workbook.rows), QString::number(result.workbook.continuationSheets.size()),
-             QString::number(result.seconds, 'f', 1), english.toString(result.bytes));
+            QString::number(result.frameSkip), QString::number(result.workbook.sheets),
+            english.toString(result.workbook.rows), QString::number(result.workbook.continuationSheets.size()),
+            QString::number(result.seconds, 'f', 1), english.toString(result.bytes));
 }
 
 QString continuationNote(const ExportRequest& request, const ExportResult& result)
@@ -162,7 +163,7 @@ QString continuationNote(const ExportRequest& request, const ExportResult& resul
         return QString();
     return QStringLiteral("note: %1 has sheets longer than %2 rows; they go on in %3")
         .arg(quoted(request.outputPath), QLocale(QLocale::English).toString(MostSheetRows),
-             continuations.join(QStringLiteral(", ")));
+            continuations.join(QStringLiteral(", ")));
 }
 
 int exitStatusOf(const std::vector<ExportResult>& results)
@@ -178,7 +179,7 @@ int exitStatusOf(const std::vector<ExportResult>& results)
 }
 
 std::vector<ExportResult> runExports(const AbstractExporterFactory& factory, const AbstractSettingsSynchronizer& settings,
-                                     const std::vector<ExportRequest>& requests, const BatchOptions& options)
+    const std::vector<ExportRequest>& requests, const BatchOptions& options)
 {
     std::vector<ExportResult> results(requests.size());
     std::vector<std::unique_ptr<ExportActivity>> activities;
@@ -223,8 +224,7 @@ std::vector<ExportResult> runExports(const AbstractExporterFactory& factory, con
             } else if (!result.error.isEmpty() && result.status != ExportResult::Status::Interrupted) {
                 // A rejected recording file's message names the file already.
                 const bool named = options.nameInErrors && !result.error.startsWith(requests[index].recordingPath + u':');
-                printLine(stderr, named ? QStringLiteral("tavi-export: %1: %2").arg(quoted(requests[index].inputName()), result.error)
-                                        : QStringLiteral("tavi-export: %1").arg(result.error));
+                printLine(stderr, named ? QStringLiteral("tavi-export: %1: %2").arg(quoted(requests[index].inputName()), result.error) : QStringLiteral("tavi-export: %1").arg(result.error));
             }
         }
         std::vector<const ExportActivity*> running;

@@ -19,10 +19,15 @@ class AbstractSettingsSynchronizer;
 
 struct ExportResult
 {
-    enum class Status { NotStarted, Written, Skipped, Failed, Rejected, Interrupted };
+    enum class Status { NotStarted,
+        Written,
+        Skipped,
+        Failed,
+        Rejected,
+        Interrupted };
     Status status = Status::NotStarted;
     QString error;
-    std::int64_t frames = 0;  // the recording's frames
+    std::int64_t frames = 0; // the recording's frames
     std::int64_t exportedFrames = 0;
     std::int64_t frameSkip = 0;
     WorkbookSummary workbook;
@@ -33,15 +38,15 @@ struct ExportResult
 struct BatchOptions
 {
     int jobs = 1;
-    bool noClobber = false;  // skip a recording whose workbook exists
+    bool noClobber = false; // skip a recording whose workbook exists
     bool summaries = true;  // one line per written workbook on standard output
     bool showProgress = false;
-    bool nameInErrors = false;  // several recordings: messages say which one they are about
+    bool nameInErrors = false; // several recordings: messages say which one they are about
 };
 
 // `settings` is the store the plug-in registered its settings with; it tells the frame skip.
 std::vector<ExportResult> runExports(const AbstractExporterFactory& factory, const AbstractSettingsSynchronizer& settings,
-                                     const std::vector<ExportRequest>& requests, const BatchOptions& options);
+    const std::vector<ExportRequest>& requests, const BatchOptions& options);
 
 // 0 when every workbook was written or skipped, 1 when an export failed, 2 when a recording
 // or an output was rejected: the worst of the recordings'.

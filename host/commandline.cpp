@@ -41,7 +41,7 @@ std::variant<CommandLine, QString> parseCommandLine(const QStringList& arguments
     QCommandLineParser parser;
     parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
     parser.addOptions({plugin, settings, set, quiet, demo, synthetic, options, outputDir, jobs, noClobber, report, sheets,
-                       showSettings, writeDemo, help, version});
+        showSettings, writeDemo, help, version});
     if (!parser.parse(arguments))
         return parser.errorText();
 

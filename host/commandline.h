@@ -12,19 +12,19 @@
 enum ExitStatus : int {
     ExitSuccess = 0,
     ExitExportFailed = 1,
-    ExitUsageError = 2,  // command line, recording file or plug-in
+    ExitUsageError = 2, // command line, recording file or plug-in
 };
 
 struct CommandLine
 {
     enum class Action {
-        ExportFile,       // RECORDING OUTPUT
-        ExportDemo,       // --demo OUTPUT
-        ExportSynthetic,  // --synthetic N OUTPUT
-        ExportBatch,      // --output-dir DIR RECORDING...
-        ShowOptions,      // --options
-        ShowSettings,     // --show-settings
-        WriteDemo,        // --write-demo FILE: the demo as a recording file
+        ExportFile,      // RECORDING OUTPUT
+        ExportDemo,      // --demo OUTPUT
+        ExportSynthetic, // --synthetic N OUTPUT
+        ExportBatch,     // --output-dir DIR RECORDING...
+        ShowOptions,     // --options
+        ShowSettings,    // --show-settings
+        WriteDemo,       // --write-demo FILE: the demo as a recording file
         ShowHelp,
         ShowVersion,
     };
@@ -32,17 +32,17 @@ struct CommandLine
     Action action = Action::ShowHelp;
     QString recordingPath;
     QString outputPath;
-    QStringList recordingPaths;  // ExportBatch
-    QString outputDir;           // ExportBatch
+    QStringList recordingPaths; // ExportBatch
+    QString outputDir;          // ExportBatch
     int syntheticFrames = 0;
-    QString pluginPath;    // empty: look for the plug-in built with the program
-    QString settingsPath;  // empty: the user's configuration folder
+    QString pluginPath;   // empty: look for the plug-in built with the program
+    QString settingsPath; // empty: the user's configuration folder
     // KEY=VALUE texts as given; checked against the plug-in's registered settings later.
     QStringList settingAssignments;
     // --sheets: the only sheet keys on for this run; empty when not given.
     QStringList sheets;
     bool quiet = false;
-    int jobs = 0;  // 0: one per core
+    int jobs = 0; // 0: one per core
     bool noClobber = false;
     QString reportPath;
 

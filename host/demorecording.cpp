@@ -11,7 +11,7 @@ namespace {
 
 using std::numbers::pi;
 
-constexpr double StrideFrequency = 0.9;  // strides per second
+constexpr double StrideFrequency = 0.9; // strides per second
 constexpr double Omega = 2.0 * pi * StrideFrequency;
 constexpr double HeadingDegrees = 25.0;
 
@@ -41,7 +41,7 @@ struct Quat
 Quat operator*(Quat a, Quat b)
 {
     return {a.w * b.w - a.x * b.x - a.y * b.y - a.z * b.z, a.w * b.x + a.x * b.w + a.y * b.z - a.z * b.y,
-            a.w * b.y - a.x * b.z + a.y * b.w + a.z * b.x, a.w * b.z + a.x * b.y - a.y * b.x + a.z * b.w};
+        a.w * b.y - a.x * b.z + a.y * b.w + a.z * b.x, a.w * b.z + a.x * b.y - a.y * b.x + a.z * b.w};
 }
 
 Quat conjugate(Quat q) { return {q.w, -q.x, -q.y, -q.z}; }
@@ -121,16 +121,16 @@ Track swing(const Track& base, Motion angle, Vec3 arm)
 {
     const double s = std::sin(angle.value), c = std::cos(angle.value);
     const Vec3 turned{c * arm.x - s * arm.z, arm.y, s * arm.x + c * arm.z};
-    const Vec3 turnedRate{-s * arm.x - c * arm.z, 0.0, c * arm.x - s * arm.z};  // d(turned)/d(angle)
+    const Vec3 turnedRate{-s * arm.x - c * arm.z, 0.0, c * arm.x - s * arm.z}; // d(turned)/d(angle)
     return {base.pos + turned, base.vel + angle.rate * turnedRate,
-            base.acc + angle.accel * turnedRate - (angle.rate * angle.rate) * turned};
+        base.acc + angle.accel * turnedRate - (angle.rate * angle.rate) * turned};
 }
 
 // One segment of the body model: where its origin is and how it is turned, about one
 // body-frame axis, after a fixed rest orientation.
 struct SegmentMotion
 {
-    Track origin;  // body frame
+    Track origin; // body frame
     Vec3 axis;
     Motion angle;
     Quat rest;
@@ -140,10 +140,10 @@ struct SegmentMotion
 struct BodyState
 {
     std::array<SegmentMotion, demo::SegmentCount> segments;
-    std::array<Vec3, 23> joints;  // 22 body joints and the prop's joint, z-x-y degrees
+    std::array<Vec3, 23> joints; // 22 body joints and the prop's joint, z-x-y degrees
     std::array<Vec3, 6> ergonomic;
     Track centerOfMass;
-    std::array<Motion, 2> grip;  // finger flexion per hand (left, right), radians
+    std::array<Motion, 2> grip; // finger flexion per hand (left, right), radians
 };
 
 struct Limb
@@ -161,12 +161,12 @@ BodyState bodyAt(double t)
 
     // Pelvis and spine: a slight sway and bob, the spine rolling against the pelvis.
     const Track pelvis = track(wave(0.0, 0.008, 2.0, 0.4, t), wave(0.0, 0.025, 1.0, 0.0, t),
-                               wave(0.94, 0.012, 2.0, pi / 2.0, t));
+        wave(0.94, 0.012, 2.0, pi / 2.0, t));
     const Motion pelvisRoll = wave(0.0, 0.05, 1.0, 0.0, t);
     // L5, L3, T12, T8, neck
     const std::array<Motion, 5> spineRoll = {wave(0.0, 0.04, 1.0, 0.1, t), wave(0.0, 0.03, 1.0, 0.2, t),
-                                             wave(0.0, 0.02, 1.0, 0.3, t), wave(0.0, 0.015, 1.0, pi, t),
-                                             wave(0.0, 0.02, 1.0, pi + 0.2, t)};
+        wave(0.0, 0.02, 1.0, 0.3, t), wave(0.0, 0.015, 1.0, pi, t),
+        wave(0.0, 0.02, 1.0, pi + 0.2, t)};
     const Motion headYaw = wave(0.0, 0.12, 0.5, 0.0, t);
     s[0] = {pelvis, RollAxis, pelvisRoll, upright};
     const std::array<double, 5> spineHeights = {0.10, 0.20, 0.30, 0.42, 0.62};
@@ -223,14 +223,14 @@ BodyState bodyAt(double t)
 
     // The prop: a short stick held in the right hand, pointing forward.
     s[23] = {swing(s[10].origin, rightArm.end, {0.02, 0.0, -0.09}), SagittalAxis, rightArm.end,
-             axisAngle({0.0, 1.0, 0.0}, radians(-90.0))};
+        axisAngle({0.0, 1.0, 0.0}, radians(-90.0))};
 
     // Joint angles (lateral bending or abduction, axial rotation, flexion), in degrees.
     auto& j = body.joints;
     const auto small = [&](double amplitude, double phase) { return amplitude * std::sin(Omega * t + phase); };
     for (int i = 0; i < 5; ++i) {
         j[i] = {degrees(spineRoll[i].value - (i == 0 ? pelvisRoll : spineRoll[i - 1]).value), small(1.5, 0.3 * i),
-                3.0 - 0.5 * i + small(1.0, 0.7 + 0.2 * i)};
+            3.0 - 0.5 * i + small(1.0, 0.7 + 0.2 * i)};
     }
     j[5] = {small(1.2, 1.1), degrees(headYaw.value), -4.0 + small(2.0, 2.0)};
     const auto armJoints = [&](int first, const Limb& limb, double side) {
@@ -296,13 +296,13 @@ void placeFingers(TaviPose::Hand& out, Vec3 wrist, Quat hand, Motion grip, doubl
         double curl = 0.0;
         for (int phalanx = 0; phalanx < 4; ++phalanx) {
             if (thumb && phalanx == 2)
-                continue;  // the thumb has no middle phalanx
+                continue; // the thumb has no middle phalanx
             curl += jointFlex[phalanx];
             const Quat turn = axisAngle(curlAxis, curl);
             out.segments.push_back({toZt(hand * turn), toZt(wrist + rotate(hand, origin))});
             origin = origin + rotate(turn, lengths[finger][phalanx] * along);
             const Vec3 angles{(thumb ? 12.0 : 2.0 * (2 - finger)) + 1.5 * std::sin(0.5 * Omega * t + phalanx),
-                              0.8 * std::sin(Omega * t + finger + phalanx), degrees(jointFlex[phalanx])};
+                0.8 * std::sin(Omega * t + finger + phalanx), degrees(jointFlex[phalanx])};
             out.jointAngles.push_back(toZt(angles));
             out.jointAnglesXzy.push_back(toZt(zxyToXzy(angles)));
         }
@@ -342,7 +342,7 @@ std::shared_ptr<const ConcreteTaviPose> poseAt(int frame)
     const BodyState body = bodyAt(t);
     const Quat heading = axisAngle(YawAxis, radians(HeadingDegrees));
     const Vec3 roomOrigin{2.35, -1.10, 0.0};
-    const Vec3 earthField{0.05, 0.37, -0.93};  // in the room frame, normalised units
+    const Vec3 earthField{0.05, 0.37, -0.93}; // in the room frame, normalised units
     const auto toRoom = [&](Vec3 body) { return roomOrigin + rotate(heading, body); };
 
     TaviPose pose;
@@ -383,15 +383,15 @@ std::shared_ptr<const ConcreteTaviPose> poseAt(int frame)
     constexpr double MetresPerDegree = 111320.0;
     constexpr double Latitude = 52.2389;
     pose.globalPos = ZtVector{Latitude + pelvis.y / MetresPerDegree,
-                              6.8519 + pelvis.x / (MetresPerDegree * std::cos(radians(Latitude))),
-                              42.3 + (pelvis.z - 0.94)};
+        6.8519 + pelvis.x / (MetresPerDegree * std::cos(radians(Latitude))),
+        42.3 + (pelvis.z - 0.94)};
 
     pose.fingerTrackingPresent = true;
-    constexpr std::array<int, ZtHandCount> handSegment = {14, 10};  // Left Hand, Right Hand
+    constexpr std::array<int, ZtHandCount> handSegment = {14, 10}; // Left Hand, Right Hand
     for (int hand = 0; hand < ZtHandCount; ++hand) {
         const TaviPose::Segment& h = pose.segments[handSegment[hand]];
         placeFingers(pose.hands[hand], {h.pos[0], h.pos[1], h.pos[2]}, {h.q.q0, h.q.q1, h.q.q2, h.q.q3},
-                     body.grip[hand], hand == ZtHandLeft ? 1.0 : -1.0, t);
+            body.grip[hand], hand == ZtHandLeft ? 1.0 : -1.0, t);
     }
     return std::make_shared<const ConcreteTaviPose>(std::move(pose));
 }
@@ -457,18 +457,18 @@ Recording makeDemoRecording()
     recording.fingerTracking = demo::fingerTrackingNames();
 
     const QMap<QString, QString> emgInfo = {{QStringLiteral("frameRate"), QString::number(demo::EmgSampleRate)},
-                                            {QStringLiteral("unit"), QStringLiteral("mV")}};
+        {QStringLiteral("unit"), QStringLiteral("mV")}};
     recording.externalChannels = {{QStringLiteral("EMG Right Vastus Lateralis"), emgInfo},
-                                  {QStringLiteral("EMG Left Vastus Lateralis"), emgInfo}};
+        {QStringLiteral("EMG Left Vastus Lateralis"), emgInfo}};
     // The exporter writes the channels at 2400 samples per second: 40 rows per frame.
     recording.externalDataCount = demo::FrameCount * 40;
 
     // Right heel strikes fall on whole strides (every 1/0.9 s).
     recording.markers = {{0, QStringLiteral("Start marching in place")},
-                         {67, QStringLiteral("Right heel strike")},
-                         {300, QStringLiteral("Halfway")},
-                         {533, QStringLiteral("Right heel strike")},
-                         {demo::FrameCount - 1, QStringLiteral("End")}};
+        {67, QStringLiteral("Right heel strike")},
+        {300, QStringLiteral("Halfway")},
+        {533, QStringLiteral("Right heel strike")},
+        {demo::FrameCount - 1, QStringLiteral("End")}};
 
     for (int frame = 0; frame < demo::FrameCount; ++frame)
         recording.appendFrame(frame, RecordingFrame{poseAt(frame), emgAt(frame, 2)});

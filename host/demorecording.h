@@ -15,8 +15,8 @@ namespace demo {
 
 inline constexpr double FrameRate = 60.0;
 inline constexpr int FrameCount = 600;
-inline constexpr int SegmentCount = 24;  // 23 body segments and one prop
-inline constexpr int SegmentWithoutSensor = 5;  // the neck carries no sensor
+inline constexpr int SegmentCount = 24;        // 23 body segments and one prop
+inline constexpr int SegmentWithoutSensor = 5; // the neck carries no sensor
 inline constexpr int EmgSampleRate = 2000;
 
 // The suit's finger-tracking names: 20 segments and 19 joints per hand ("LeftCarpus",

@@ -33,9 +33,9 @@ void handlePlatformMessage(QtMsgType type, const QMessageLogContext&, const QStr
         return;
     }
     std::fprintf(stderr,
-                 "tavi-export: --options shows a dialog and needs a display, but none could be opened (%s).\n"
-                 "Run it in a desktop session; exports need no display.\n",
-                 qPrintable(missingDisplayReason()));
+        "tavi-export: --options shows a dialog and needs a display, but none could be opened (%s).\n"
+        "Run it in a desktop session; exports need no display.\n",
+        qPrintable(missingDisplayReason()));
     std::fflush(nullptr);
     std::_Exit(ExitUsageError);
 }
@@ -58,7 +58,7 @@ std::unique_ptr<QTranslator> installQtTranslations(const QLocale& locale)
     auto translator = std::make_unique<QTranslator>();
     // qtbase_de.qm and the like, in the folder where Qt keeps its translations.
     if (!translator->load(locale, QStringLiteral("qtbase"), QStringLiteral("_"),
-                          QLibraryInfo::path(QLibraryInfo::TranslationsPath))
+            QLibraryInfo::path(QLibraryInfo::TranslationsPath))
         || !QCoreApplication::installTranslator(translator.get()))
         return nullptr;
     return translator;

@@ -55,7 +55,7 @@ std::shared_ptr<PreparedRecording> prepare(const ExportRequest& request, QString
 } // namespace
 
 std::shared_ptr<PreparedRecording> prepareRecording(const ExportRequest& request, QString& error,
-                                                    PrepareFailure& failure)
+    PrepareFailure& failure)
 {
     failure = PrepareFailure::None;
     try {

@@ -16,15 +16,17 @@ struct PreparedRecording
 {
     std::unique_ptr<RecordingHost> host;
     std::int64_t frameCalls = 0;
-    std::function<int(std::int64_t)> frameAt;  // the frame number of call i
+    std::function<int(std::int64_t)> frameAt; // the frame number of call i
 };
 
 struct ExportRequest
 {
-    enum class Source { File, Demo, Synthetic };
+    enum class Source { File,
+        Demo,
+        Synthetic };
     Source source = Source::File;
-    QString recordingPath;  // Source::File
-    int syntheticFrames = 0;  // Source::Synthetic
+    QString recordingPath;   // Source::File
+    int syntheticFrames = 0; // Source::Synthetic
     QString outputPath;
     // Read ahead by the caller; otherwise the export reads it when it starts.
     std::shared_ptr<PreparedRecording> prepared;
@@ -34,12 +36,14 @@ struct ExportRequest
 };
 
 // Why a recording could not be made ready.
-enum class PrepareFailure { None, Rejected, OutOfMemory };
+enum class PrepareFailure { None,
+    Rejected,
+    OutOfMemory };
 
 // Reads or generates the request's recording. Answers nothing, with `error` set, when the
 // recording file is rejected or memory runs out while it is read or generated.
 std::shared_ptr<PreparedRecording> prepareRecording(const ExportRequest& request, QString& error,
-                                                    PrepareFailure& failure);
+    PrepareFailure& failure);
 
 // The workbook name of a recording in batch mode: its file name without ".json", ".json.gz"
 // or ".gz", followed by ".xlsx".

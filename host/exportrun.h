@@ -20,13 +20,18 @@ class AbstractTaviStudioPluginInterface;
 // has to end at once.
 struct ExportActivity
 {
-    enum class Phase { Waiting, Reading, Starting, Frames, Packaging, Done };
+    enum class Phase { Waiting,
+        Reading,
+        Starting,
+        Frames,
+        Packaging,
+        Done };
 
     std::atomic<Phase> phase{Phase::Waiting};
     std::atomic<std::int64_t> framesDone{0};
     std::atomic<std::int64_t> framesTotal{0};
-    std::atomic<std::int64_t> phaseStartedMs{0};  // on millisecondsNow()'s clock
-    QString name;  // the output's file name, for the progress display; set before the export runs
+    std::atomic<std::int64_t> phaseStartedMs{0}; // on millisecondsNow()'s clock
+    QString name;                                // the output's file name, for the progress display; set before the export runs
 
     // Held while the plug-in's initialize runs: the watcher takes it, so it sees the
     // temporary folder either not made by this export or owned by it, never half made.
@@ -60,9 +65,11 @@ struct ExportJob
 
 struct ExportOutcome
 {
-    enum class Status { Written, Failed, Interrupted };
+    enum class Status { Written,
+        Failed,
+        Interrupted };
     Status status = Status::Written;
-    QString error;  // the reason of a failure, as the plug-in gave it
+    QString error; // the reason of a failure, as the plug-in gave it
 };
 
 ExportOutcome runExport(const ExportJob& job, ExportActivity& activity);

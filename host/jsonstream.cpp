@@ -13,8 +13,7 @@
 namespace {
 
 constexpr int MaxSkipDepth = 512;
-constexpr const char* NonFiniteHint =
-    "numbers that are not finite are written as the strings \"NaN\", \"Infinity\" and \"-Infinity\"";
+constexpr const char* NonFiniteHint = "numbers that are not finite are written as the strings \"NaN\", \"Infinity\" and \"-Infinity\"";
 
 bool isDigit(int c)
 {
@@ -54,15 +53,20 @@ bool isPlainKey(const std::string& key)
 } // namespace
 
 JsonSyntaxError::JsonSyntaxError(const std::string& reason, std::int64_t line, std::int64_t column,
-                                 std::int64_t offset, const std::string& hint)
-    : std::runtime_error(reason), m_reason(reason), m_hint(hint), m_line(line), m_column(column), m_offset(offset)
+    std::int64_t offset, const std::string& hint)
+    : std::runtime_error(reason)
+    , m_reason(reason)
+    , m_hint(hint)
+    , m_line(line)
+    , m_column(column)
+    , m_offset(offset)
 {
 }
 
 JsonStream::JsonStream(Source source, std::size_t bufferSize)
-    : m_source(std::move(source)),
-      m_bufferSize(std::max<std::size_t>(bufferSize, 16)),
-      m_buffer(std::make_unique_for_overwrite<char[]>(m_bufferSize))
+    : m_source(std::move(source))
+    , m_bufferSize(std::max<std::size_t>(bufferSize, 16))
+    , m_buffer(std::make_unique_for_overwrite<char[]>(m_bufferSize))
 {
     m_pos = m_end = m_buffer.get();
 }
@@ -195,12 +199,17 @@ JsonStream::Kind JsonStream::peek()
 {
     const int c = skipWhitespace();
     switch (c) {
-    case '{': return Kind::Object;
-    case '[': return Kind::Array;
-    case '"': return Kind::String;
+    case '{':
+        return Kind::Object;
+    case '[':
+        return Kind::Array;
+    case '"':
+        return Kind::String;
     case 't':
-    case 'f': return Kind::Boolean;
-    case 'n': return Kind::Null;
+    case 'f':
+        return Kind::Boolean;
+    case 'n':
+        return Kind::Null;
     default:
         if (c == '-' || isDigit(c))
             return Kind::Number;
@@ -213,12 +222,18 @@ JsonStream::Kind JsonStream::peek()
 std::string_view JsonStream::describe(Kind kind)
 {
     switch (kind) {
-    case Kind::Object: return "an object";
-    case Kind::Array: return "an array";
-    case Kind::String: return "a string";
-    case Kind::Number: return "a number";
-    case Kind::Boolean: return "a boolean";
-    case Kind::Null: return "null";
+    case Kind::Object:
+        return "an object";
+    case Kind::Array:
+        return "an array";
+    case Kind::String:
+        return "a string";
+    case Kind::Number:
+        return "a number";
+    case Kind::Boolean:
+        return "a boolean";
+    case Kind::Null:
+        return "null";
     }
     return "a value";
 }
@@ -284,14 +299,30 @@ void JsonStream::readStringBody(std::string& out)
                 syntaxError("unterminated string");
             advance();
             switch (escaped) {
-            case '"': out += '"'; break;
-            case '\\': out += '\\'; break;
-            case '/': out += '/'; break;
-            case 'b': out += '\b'; break;
-            case 'f': out += '\f'; break;
-            case 'n': out += '\n'; break;
-            case 'r': out += '\r'; break;
-            case 't': out += '\t'; break;
+            case '"':
+                out += '"';
+                break;
+            case '\\':
+                out += '\\';
+                break;
+            case '/':
+                out += '/';
+                break;
+            case 'b':
+                out += '\b';
+                break;
+            case 'f':
+                out += '\f';
+                break;
+            case 'n':
+                out += '\n';
+                break;
+            case 'r':
+                out += '\r';
+                break;
+            case 't':
+                out += '\t';
+                break;
             case 'u': {
                 std::uint32_t cp = readHex4();
                 if (cp >= 0xDC00 && cp <= 0xDFFF)

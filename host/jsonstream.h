@@ -23,13 +23,13 @@ class JsonSyntaxError : public std::runtime_error
 {
 public:
     JsonSyntaxError(const std::string& reason, std::int64_t line, std::int64_t column, std::int64_t offset,
-                    const std::string& hint = {});
+        const std::string& hint = {});
 
     const std::string& reason() const { return m_reason; }
-    const std::string& hint() const { return m_hint; }  // what to do about it, if known
-    std::int64_t line() const { return m_line; }      // from 1
-    std::int64_t column() const { return m_column; }  // from 1, in bytes
-    std::int64_t offset() const { return m_offset; }  // bytes from the start of the text
+    const std::string& hint() const { return m_hint; } // what to do about it, if known
+    std::int64_t line() const { return m_line; }       // from 1
+    std::int64_t column() const { return m_column; }   // from 1, in bytes
+    std::int64_t offset() const { return m_offset; }   // bytes from the start of the text
 
 private:
     std::string m_reason;
@@ -53,7 +53,12 @@ public:
     // input. May throw std::runtime_error for a read failure.
     using Source = std::function<std::size_t(char* buffer, std::size_t capacity)>;
 
-    enum class Kind { Object, Array, String, Number, Boolean, Null };
+    enum class Kind { Object,
+        Array,
+        String,
+        Number,
+        Boolean,
+        Null };
 
     static constexpr std::size_t DefaultBufferSize = std::size_t(1) << 20;
 
@@ -109,11 +114,11 @@ public:
 private:
     struct PathStep
     {
-        std::string key;  // empty for an array index
+        std::string key; // empty for an array index
         std::int64_t index = -1;
     };
 
-    int peekByte();  // -1 at the end of the input
+    int peekByte(); // -1 at the end of the input
     int skipWhitespace();
     void advance() { ++m_pos; }
     bool refill();
@@ -121,7 +126,7 @@ private:
     void expectByte(char byte, const char* what);
     // After an element: true after ',' (another follows), false after `close`.
     bool continueAfterElement(char close);
-    void readStringBody(std::string& out);  // from after the opening quote
+    void readStringBody(std::string& out); // from after the opening quote
     void skipByteOrderMark();
     void appendUtf8(std::string& out, std::uint32_t codePoint);
     std::uint32_t readHex4();
@@ -132,14 +137,14 @@ private:
 
     Source m_source;
     std::size_t m_bufferSize;
-    std::unique_ptr<char[]> m_buffer;  // m_bufferSize bytes, left uninitialised
+    std::unique_ptr<char[]> m_buffer; // m_bufferSize bytes, left uninitialised
     const char* m_pos = nullptr;
     const char* m_end = nullptr;
-    std::int64_t m_bufferOffset = 0;  // offset of m_buffer[0] in the text
+    std::int64_t m_bufferOffset = 0; // offset of m_buffer[0] in the text
     std::int64_t m_line = 1;
-    std::int64_t m_lineStart = 0;  // offset of the current line's first byte
+    std::int64_t m_lineStart = 0; // offset of the current line's first byte
     bool m_atEnd = false;
-    bool m_started = false;  // the byte-order mark was looked for
+    bool m_started = false; // the byte-order mark was looked for
     std::int64_t m_maxTextBytes = INT64_MAX;
     std::int64_t m_maxNumberCharacters = INT64_MAX;
     std::string m_scratch;

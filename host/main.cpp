@@ -104,7 +104,7 @@ std::variant<std::vector<ExportRequest>, QString> exportRequests(const CommandLi
 // The settings for this run: --sheets turns every sheet off but the ones named, then --set
 // gives single values. Answers a message for a key or value the plug-in does not know.
 std::variant<std::vector<SettingOverride>, QString> runOverrides(const CommandLine& line,
-                                                                 const QMap<QString, QVariant>& registered)
+    const QMap<QString, QVariant>& registered)
 {
     std::vector<SettingOverride> overrides;
     if (!line.sheets.isEmpty()) {
@@ -135,7 +135,7 @@ void printSettings(const IniSettingsSynchronizer& settings)
 {
     const bool fileExists = QFileInfo::exists(settings.fileName());
     std::printf("settings file: %s%s\n", qPrintable(settings.fileName()),
-                fileExists ? "" : " (not written yet: the defaults apply)");
+        fileExists ? "" : " (not written yet: the defaults apply)");
     const QMap<QString, QVariant>& defaults = settings.defaults();
     for (auto setting = defaults.cbegin(); setting != defaults.cend(); ++setting) {
         const QString value = settings.value(setting.key()).toString();
@@ -203,7 +203,7 @@ int run(const CommandLine& line)
     // The store the plug-in registers its settings with; the plug-in's factory owns it.
     IniSettingsSynchronizer* settings = nullptr;
     const auto settingsFactory = [&settings, settingsPath](const QMap<QString, QVariant>& defaults,
-                                                           const QMap<QString, QString>& descriptions) {
+                                     const QMap<QString, QString>& descriptions) {
         auto store = std::make_unique<IniSettingsSynchronizer>(settingsPath, defaults, descriptions);
         settings = store.get();
         return std::unique_ptr<AbstractSettingsSynchronizer>(std::move(store));
@@ -332,4 +332,3 @@ int main(int argc, char** argv)
         return ExitExportFailed;
     }
 }
-

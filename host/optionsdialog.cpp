@@ -26,7 +26,7 @@ int runOptionsDialog(AbstractExporterFactory& factory, const IniSettingsSynchron
     auto* layout = new QVBoxLayout(&dialog);
     layout->addWidget(page->createPage(&dialog));
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Apply | QDialogButtonBox::Cancel,
-                                         &dialog);
+        &dialog);
     layout->addWidget(buttons);
 
     bool writeFailed = false;
@@ -44,7 +44,7 @@ int runOptionsDialog(AbstractExporterFactory& factory, const IniSettingsSynchron
 
     if (writeFailed) {
         std::fprintf(stderr, "tavi-export: could not write the settings file %s\n",
-                     qPrintable(settings.fileName()));
+            qPrintable(settings.fileName()));
         return 1;
     }
     return 0;

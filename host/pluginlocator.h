@@ -42,7 +42,9 @@ public:
     bool installTranslator(const QLocale& locale);
 
 private:
-    explicit ExporterPlugin(const QString& path) : m_loader(path) {}
+    explicit ExporterPlugin(const QString& path)
+        : m_loader(path)
+    { }
 
     QPluginLoader m_loader;
     AbstractExporterFactory* m_factory = nullptr;

@@ -15,7 +15,9 @@ struct ExportActivity;
 class ProgressDisplay
 {
 public:
-    explicit ProgressDisplay(bool enabled) : m_enabled(enabled) {}
+    explicit ProgressDisplay(bool enabled)
+        : m_enabled(enabled)
+    { }
     ~ProgressDisplay() { clear(); }
     ProgressDisplay(const ProgressDisplay&) = delete;
     ProgressDisplay& operator=(const ProgressDisplay&) = delete;

@@ -93,7 +93,7 @@ private:
 
     std::vector<int> m_frameNumbers;
     std::vector<RecordingFrame> m_frames;
-    std::unordered_map<int, std::size_t> m_frameIndex;  // frame number -> index in m_frames
+    std::unordered_map<int, std::size_t> m_frameIndex; // frame number -> index in m_frames
     int m_minFrame = 0;
     int m_maxFrame = 0;
 };

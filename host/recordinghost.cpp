@@ -5,7 +5,8 @@
 using Base = AbstractTaviStudioPluginInterface;
 
 RecordingHost::RecordingHost(Recording recording, SettingsFactory settingsFactory)
-    : m_rec(std::move(recording)), m_settingsFactory(std::move(settingsFactory))
+    : m_rec(std::move(recording))
+    , m_settingsFactory(std::move(settingsFactory))
 {
     // The exporter asks for every frame's marker text, so the texts are indexed once here.
     for (const RecordingMarker& marker : std::as_const(m_rec.markers)) {
@@ -142,8 +143,8 @@ QString RecordingHost::applicationVersion() const
 }
 
 AbstractSettingsSynchronizer* RecordingHost::createSettingsSynchronizer(const QMap<QString, QVariant>& defaults,
-                                                                        const QMap<QString, QString>& descriptions,
-                                                                        QObject* /*owner*/)
+    const QMap<QString, QString>& descriptions,
+    QObject* /*owner*/)
 {
     // The caller owns the store; the owner object only names who registered the keys.
     if (m_settingsFactory)

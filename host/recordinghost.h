@@ -71,8 +71,8 @@ public:
     // Empty when the recording names no version.
     QString applicationVersion() const override;
     AbstractSettingsSynchronizer* createSettingsSynchronizer(const QMap<QString, QVariant>& defaults,
-                                                             const QMap<QString, QString>& descriptions,
-                                                             QObject* owner) override;
+        const QMap<QString, QString>& descriptions,
+        QObject* owner) override;
 
 private:
     Recording m_rec;

@@ -39,7 +39,9 @@ std::int64_t clampedEstimate(double value)
 
 } // namespace
 
-RecordingBudget::RecordingBudget(std::int64_t fileBytes) : m_fileBytes(std::max<std::int64_t>(fileBytes, 0)) {}
+RecordingBudget::RecordingBudget(std::int64_t fileBytes)
+    : m_fileBytes(std::max<std::int64_t>(fileBytes, 0))
+{ }
 
 std::int64_t RecordingBudget::memoryAllowed() const
 {
@@ -74,7 +76,8 @@ std::string RecordingBudget::checkExport(const Recording& recording) const
     const std::int64_t first = recording.effectiveFirstFrame().value_or(0);
     const std::int64_t last = recording.effectiveLastFrame().value_or(0);
     const std::int64_t range = last >= first ? last - first + 1 : 0;
-    const char* rangeField = recording.lastFrame ? "lastFrame" : recording.firstFrame ? "firstFrame" : "frames";
+    const char* rangeField = recording.lastFrame ? "lastFrame" : recording.firstFrame ? "firstFrame"
+                                                                                      : "frames";
     if (range > MaxFrameRange) {
         return std::string(rangeField) + ": frames " + std::to_string(first) + " to " + std::to_string(last) + " are "
             + std::to_string(range) + " frames; at most " + std::to_string(MaxFrameRange)

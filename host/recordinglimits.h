@@ -14,13 +14,13 @@ class Recording;
 
 namespace recordinglimits {
 
-constexpr int MaxFrameNumber = 1'000'000'000;           // frame numbers, first and last frame
-constexpr std::int64_t MaxFrameRange = 100'000'000;     // lastFrame - firstFrame + 1, frameCount
+constexpr int MaxFrameNumber = 1'000'000'000;       // frame numbers, first and last frame
+constexpr std::int64_t MaxFrameRange = 100'000'000; // lastFrame - firstFrame + 1, frameCount
 constexpr int MaxExternalDataCount = 1'000'000'000;
 constexpr int MaxTPoseSegments = 1000;
 constexpr double MaxFrameRate = 100'000;
-constexpr std::int64_t MaxTextBytes = 1 << 20;          // any one string, in UTF-8
-constexpr std::int64_t MaxNumberCharacters = 1000;      // the text of any one number
+constexpr std::int64_t MaxTextBytes = 1 << 20;     // any one string, in UTF-8
+constexpr std::int64_t MaxNumberCharacters = 1000; // the text of any one number
 
 // The external-data collector brings every channel to at most this many samples per second.
 constexpr int MaxResampledRate = 4800;

@@ -54,7 +54,9 @@ public:
     // `topLevelIsObject` is set once the text is seen to start with an object, as a
     // recording does; it stays false when the first value cannot even be read.
     RecordingParser(JsonStream& json, RecordingBudget& budget, bool& topLevelIsObject)
-        : m_json(json), m_budget(budget), m_topLevelIsObject(topLevelIsObject)
+        : m_json(json)
+        , m_budget(budget)
+        , m_topLevelIsObject(topLevelIsObject)
     {
     }
 
@@ -174,10 +176,10 @@ private:
             QStringLiteral("^\\d{4}-\\d{2}-\\d{2}T\\d{2}:\\d{2}(:\\d{2}(\\.\\d{1,3})?)?(Z|[+-]\\d{2}:\\d{2})$"));
         const QString value = QString::fromStdString(*text);
         const QDateTime time = isoWithZone.match(value).hasMatch() ? QDateTime::fromString(value, Qt::ISODateWithMs)
-                                                                    : QDateTime();
+                                                                   : QDateTime();
         if (!time.isValid()) {
             m_json.mismatch("an ISO 8601 date and time with Z or an offset (2026-03-01T10:20:30.250Z)",
-                            "the string " + JsonStream::quote(*text));
+                "the string " + JsonStream::quote(*text));
             return;
         }
         m_rec.recordStartTime = time;
@@ -197,17 +199,17 @@ private:
             RecordingMarker marker;
             bool hasFrame = false;
             const bool isObject = m_json.object("a marker object {\"frame\": int, \"text\": string}",
-                                                [&](std::string_view key) {
-                if (key == "frame") {
-                    hasFrame = true;
-                    if (const std::optional<int> frame = frameNumber())
-                        marker.frame = *frame;
-                } else if (key == "text") {
-                    marker.text = qstring().value_or(QString());
-                } else {
-                    m_json.skip();
-                }
-            });
+                [&](std::string_view key) {
+                    if (key == "frame") {
+                        hasFrame = true;
+                        if (const std::optional<int> frame = frameNumber())
+                            marker.frame = *frame;
+                    } else if (key == "text") {
+                        marker.text = qstring().value_or(QString());
+                    } else {
+                        m_json.skip();
+                    }
+                });
             if (!isObject)
                 return;
             if (!hasFrame)
@@ -222,24 +224,24 @@ private:
             charge(ElementCost<RecordingChannel>);
             RecordingChannel channel;
             const bool isObject = m_json.object("a channel object {\"name\": string, \"info\": object or null}",
-                                                [&](std::string_view key) {
-                if (key == "name") {
-                    channel.name = qstring().value_or(QString());
-                } else if (key == "info") {
-                    if (m_json.null())
-                        return;
-                    QMap<QString, QString> info;
-                    m_json.object("an object of strings or null", [&](std::string_view infoKey) {
-                        if (const std::optional<QString> value = qstring()) {
-                            charge(textCost(infoKey.size()) + AllocationCost);
-                            info.insert(QString::fromUtf8(infoKey.data(), qsizetype(infoKey.size())), *value);
-                        }
-                    });
-                    channel.info = std::move(info);
-                } else {
-                    m_json.skip();
-                }
-            });
+                [&](std::string_view key) {
+                    if (key == "name") {
+                        channel.name = qstring().value_or(QString());
+                    } else if (key == "info") {
+                        if (m_json.null())
+                            return;
+                        QMap<QString, QString> info;
+                        m_json.object("an object of strings or null", [&](std::string_view infoKey) {
+                            if (const std::optional<QString> value = qstring()) {
+                                charge(textCost(infoKey.size()) + AllocationCost);
+                                info.insert(QString::fromUtf8(infoKey.data(), qsizetype(infoKey.size())), *value);
+                            }
+                        });
+                        channel.info = std::move(info);
+                    } else {
+                        m_json.skip();
+                    }
+                });
             if (isObject)
                 m_rec.externalChannels.append(std::move(channel));
         });
@@ -277,10 +279,10 @@ private:
         const bool isObject = m_json.object("a finger-tracking object", [&](std::string_view key) {
             if (key == "segmentNames")
                 perHand("an array of two arrays of strings (hand 0, hand 1)",
-                        [&](int hand) { names.segmentNames[hand] = stringList(); });
+                    [&](int hand) { names.segmentNames[hand] = stringList(); });
             else if (key == "jointNames")
                 perHand("an array of two arrays of strings (hand 0, hand 1)",
-                        [&](int hand) { names.jointNames[hand] = stringList(); });
+                    [&](int hand) { names.jointNames[hand] = stringList(); });
             else
                 m_json.skip();
         });
@@ -379,14 +381,14 @@ private:
                         charge(ElementCost<BkeSegmentPose>);
                         BkeSegmentPose finger;
                         m_json.object("a finger segment object {\"q\": quaternion, \"pos\": vector}",
-                                      [&](std::string_view member) {
-                            if (member == "q")
-                                finger.q = quaternion();
-                            else if (member == "pos")
-                                finger.pos = vector();
-                            else
-                                m_json.skip();
-                        });
+                            [&](std::string_view member) {
+                                if (member == "q")
+                                    finger.q = quaternion();
+                                else if (member == "pos")
+                                    finger.pos = vector();
+                                else
+                                    m_json.skip();
+                            });
                         pose.hands[hand].segments.push_back(std::move(finger));
                     });
                 });
@@ -421,16 +423,16 @@ private:
                 ergoVectors(pose.ergoJointAnglesXzy);
             } else if (key == "centerOfMass") {
                 m_json.object("an object {\"pos\": vector, \"vel\": vector, \"acc\": vector}",
-                              [&](std::string_view member) {
-                    if (member == "pos")
-                        pose.comPos = vector();
-                    else if (member == "vel")
-                        pose.comVel = vector();
-                    else if (member == "acc")
-                        pose.comAcc = vector();
-                    else
-                        m_json.skip();
-                });
+                    [&](std::string_view member) {
+                        if (member == "pos")
+                            pose.comPos = vector();
+                        else if (member == "vel")
+                            pose.comVel = vector();
+                        else if (member == "acc")
+                            pose.comAcc = vector();
+                        else
+                            m_json.skip();
+                    });
             } else if (key == "globalPosition") {
                 pose.globalPos = vector();
             } else if (key == "fingerTracking") {
@@ -527,15 +529,15 @@ private:
     RecordingBudget& m_budget;
     Recording m_rec;
     bool& m_topLevelIsObject;
-    std::optional<std::string> m_formatFound;   // unset: absent; empty: as expected
-    std::optional<std::string> m_versionFound;  // likewise
+    std::optional<std::string> m_formatFound;  // unset: absent; empty: as expected
+    std::optional<std::string> m_versionFound; // likewise
 };
 
 // Added to the messages about a file that does not hold a JSON object at all.
 constexpr QStringView NotARecordingHint = u"; a recording is a JSON object as docs/recording-format.md describes";
 
 RecordingReadResult readFrom(JsonStream::Source source, std::size_t bufferSize, std::int64_t fileBytes,
-                             const QString& name)
+    const QString& name)
 {
     RecordingReadResult result;
     bool topLevelIsObject = false;
@@ -548,15 +550,14 @@ RecordingReadResult readFrom(JsonStream::Source source, std::size_t bufferSize, 
         if (error.empty())
             result.recording = parser.takeRecording();
         else
-            result.error = QStringLiteral("%1: %2%3").arg(name, QString::fromStdString(error),
-                                                          topLevelIsObject ? QStringView() : NotARecordingHint);
+            result.error = QStringLiteral("%1: %2%3").arg(name, QString::fromStdString(error), topLevelIsObject ? QStringView() : NotARecordingHint);
     } catch (const JsonSyntaxError& e) {
         result.error = QStringLiteral("%1:%2:%3: invalid JSON: %4 (byte offset %5)%6")
                            .arg(name, QString::number(e.line()), QString::number(e.column()),
-                                QString::fromStdString(e.reason()), QString::number(e.offset()),
-                                !e.hint().empty()     ? QStringLiteral("; ") + QString::fromStdString(e.hint())
-                                    : topLevelIsObject ? QString()
-                                                       : NotARecordingHint.toString());
+                               QString::fromStdString(e.reason()), QString::number(e.offset()),
+                               !e.hint().empty()      ? QStringLiteral("; ") + QString::fromStdString(e.hint())
+                                   : topLevelIsObject ? QString()
+                                                      : NotARecordingHint.toString());
     } catch (const JsonLimitError& e) {
         result.error = QStringLiteral("%1: %2").arg(name, QString::fromStdString(e.what()));
     } catch (const std::bad_alloc&) {

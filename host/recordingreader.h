@@ -18,9 +18,9 @@
 
 struct RecordingReadResult
 {
-    std::optional<Recording> recording;  // set when the file was read
-    QString error;                       // set when it was not
-    bool outOfMemory = false;            // the file could not be held, not that it is wrong
+    std::optional<Recording> recording; // set when the file was read
+    QString error;                      // set when it was not
+    bool outOfMemory = false;           // the file could not be held, not that it is wrong
 
     bool ok() const { return recording.has_value(); }
 };

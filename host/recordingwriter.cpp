@@ -215,7 +215,7 @@ QByteArray recordingText(const Recording& rec)
     optionalField(json, first, "subjectName", rec.subjectName, text);
     optionalField(json, first, "processingQuality", rec.processingQuality, text);
     optionalField(json, first, "recordStartTime", rec.recordStartTime,
-                  [&](const QDateTime& time) { json.string(time.toUTC().toString(Qt::ISODateWithMs)); });
+        [&](const QDateTime& time) { json.string(time.toUTC().toString(Qt::ISODateWithMs)); });
     optionalField(json, first, "frameRate", rec.frameRate, [&](double rate) { json.number(rate); });
     optionalField(json, first, "firstFrame", rec.firstFrame, integer);
     optionalField(json, first, "lastFrame", rec.lastFrame, integer);

@@ -30,7 +30,7 @@ QJsonObject describe(const ExportRequest& request, const ExportResult& result)
 } // namespace
 
 QString writeReport(const QString& path, const std::vector<ExportRequest>& requests,
-                    const std::vector<ExportResult>& results, int exitStatus)
+    const std::vector<ExportResult>& results, int exitStatus)
 {
     QJsonArray recordings;
     for (std::size_t index = 0; index < requests.size(); ++index)

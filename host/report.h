@@ -12,4 +12,4 @@
 // Writes the report to `path` (replaced whole). Answers an empty string or the reason it
 // could not be written.
 QString writeReport(const QString& path, const std::vector<ExportRequest>& requests,
-                    const std::vector<ExportResult>& results, int exitStatus);
+    const std::vector<ExportResult>& results, int exitStatus);

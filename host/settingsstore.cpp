@@ -5,8 +5,9 @@
 #include <QRegularExpression>
 
 MemorySettingsSynchronizer::MemorySettingsSynchronizer(QMap<QString, QVariant> defaults,
-                                                       QMap<QString, QString> descriptions)
-    : m_defaults(std::move(defaults)), m_descriptions(std::move(descriptions))
+    QMap<QString, QString> descriptions)
+    : m_defaults(std::move(defaults))
+    , m_descriptions(std::move(descriptions))
 {
 }
 
@@ -57,7 +58,7 @@ QString allowedValues(const QVariant& registered)
 } // namespace
 
 std::variant<SettingOverride, QString> parseSettingOverride(const QString& text,
-                                                            const QMap<QString, QVariant>& defaults)
+    const QMap<QString, QVariant>& defaults)
 {
     const qsizetype equals = text.indexOf(u'=');
     if (equals <= 0)
@@ -78,10 +79,10 @@ std::variant<SettingOverride, QString> parseSettingOverride(const QString& text,
 }
 
 IniSettingsSynchronizer::IniSettingsSynchronizer(const QString& fileName, QMap<QString, QVariant> defaults,
-                                                 QMap<QString, QString> descriptions)
-    : m_settings(fileName, QSettings::IniFormat),
-      m_defaults(std::move(defaults)),
-      m_descriptions(std::move(descriptions))
+    QMap<QString, QString> descriptions)
+    : m_settings(fileName, QSettings::IniFormat)
+    , m_defaults(std::move(defaults))
+    , m_descriptions(std::move(descriptions))
 {
     for (auto registered = m_defaults.cbegin(); registered != m_defaults.cend(); ++registered) {
         const QString& key = registered.key();

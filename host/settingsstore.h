@@ -21,7 +21,7 @@ class MemorySettingsSynchronizer : public AbstractSettingsSynchronizer
 {
 public:
     explicit MemorySettingsSynchronizer(QMap<QString, QVariant> defaults,
-                                        QMap<QString, QString> descriptions = {});
+        QMap<QString, QString> descriptions = {});
 
     QVariant value(const QString& key) const override;
     void setValue(const QString& key, const QVariant& value) override;
@@ -42,7 +42,7 @@ private:
 struct SettingOverride
 {
     QString key;
-    QVariant value;  // of the type of the key's registered default
+    QVariant value; // of the type of the key's registered default
 };
 
 // The range of integer settings (the frame skip): beyond it no recording has frames to skip.
@@ -53,7 +53,7 @@ inline constexpr int MostIntegerSetting = 1000000;
 // "true" or "false" for a bool default; settings of other types cannot be given. Answers the
 // override or an error message.
 std::variant<SettingOverride, QString> parseSettingOverride(const QString& text,
-                                                            const QMap<QString, QVariant>& defaults);
+    const QMap<QString, QVariant>& defaults);
 
 // Keeps the values in an INI file. The file is read once, when the store is made, so that
 // exporters running side by side all see the same settings; every setValue is written to the
@@ -65,7 +65,7 @@ class IniSettingsSynchronizer : public AbstractSettingsSynchronizer
 {
 public:
     IniSettingsSynchronizer(const QString& fileName, QMap<QString, QVariant> defaults,
-                            QMap<QString, QString> descriptions = {});
+        QMap<QString, QString> descriptions = {});
 
     QVariant value(const QString& key) const override;
     // Writes through to the file; drops an override of the same key, so that the store
@@ -75,7 +75,9 @@ public:
     void setOverride(const SettingOverride& setting);
 
     // Where the value answered for `key` comes from.
-    enum class Source { Default, File, Override };
+    enum class Source { Default,
+        File,
+        Override };
     Source sourceOf(const QString& key) const;
     // One message per registered key whose text in the file could not be used: the file, the
     // key, the text and the default used instead.
@@ -92,7 +94,7 @@ private:
     QSettings m_settings;
     QMap<QString, QVariant> m_defaults;
     QMap<QString, QString> m_descriptions;
-    QMap<QString, QVariant> m_stored;  // the file's usable values of registered keys
+    QMap<QString, QVariant> m_stored; // the file's usable values of registered keys
     QStringList m_malformed;
     QMap<QString, QVariant> m_overrides;
 };

@@ -9,12 +9,12 @@
 
 namespace {
 
-constexpr int JointCount = synthetic::SegmentCount - 1;  // one joint per segment after the pelvis
+constexpr int JointCount = synthetic::SegmentCount - 1; // one joint per segment after the pelvis
 constexpr int FingerSegmentsPerHand = 20;
 constexpr int FingerJointsPerHand = 19;
 
 // The 3-vectors and quaternions of one pose, in the order they are generated.
-constexpr int VectorsPerSegment = 7;  // pos, vel, acc, angVel, angAcc, sensor free acc, sensor mag
+constexpr int VectorsPerSegment = 7; // pos, vel, acc, angVel, angAcc, sensor free acc, sensor mag
 constexpr int VectorsPerPose = synthetic::SegmentCount * VectorsPerSegment + 2 * JointCount + 2 * ErgoIdx::Count
     + 3 /* centre of mass */ + 1 /* global position */
     + ZtHandCount * (FingerSegmentsPerHand + 2 * FingerJointsPerHand);
@@ -45,7 +45,8 @@ class SyntheticRecordingHost::Generator
 {
 public:
     Generator(const SyntheticRecordingHost& host, int frame)
-        : m_wave(host.m_waves.data()), m_spin(host.m_spins.data())
+        : m_wave(host.m_waves.data())
+        , m_spin(host.m_spins.data())
     {
         const double f = frame;
         m_sin = std::sin(0.0137 * f + 0.3);
@@ -83,29 +84,29 @@ private:
 
 SyntheticRecordingHost::SyntheticRecordingHost(int frameCount, SettingsFactory settingsFactory)
     : RecordingHost(
-          [frameCount] {
-              Recording recording;
-              recording.applicationVersion = QStringLiteral("2026.4.0");
-              recording.filename = QStringLiteral("synthetic-%1.rec").arg(frameCount);
-              recording.subjectName = QStringLiteral("Synthetic Suit");
-              recording.processingQuality = QStringLiteral("HD");
-              recording.recordStartTime = QDateTime(QDate(2026, 3, 1), QTime(9, 0), QTimeZone::utc());
-              recording.frameRate = synthetic::FrameRate;
-              // The frames are numbered 0 .. frameCount - 1 without a list of their numbers.
-              recording.firstFrame = 0;
-              recording.lastFrame = frameCount - 1;
-              recording.frameCount = frameCount;
-              recording.tPoseSegmentCount = synthetic::SegmentCount;
-              recording.fingerTracking = demo::fingerTrackingNames();
-              const QMap<QString, QString> info = {
-                  {QStringLiteral("frameRate"), QString::number(synthetic::ChannelSampleRate)}};
-              for (int channel = 1; channel <= synthetic::ChannelCount; ++channel)
-                  recording.externalChannels.append({QStringLiteral("Analog %1").arg(channel), info});
-              recording.externalDataCount = frameCount * ExternalRowsPerFrame;
-              return recording;
-          }(),
-          std::move(settingsFactory)),
-      m_frameCount(frameCount)
+        [frameCount] {
+            Recording recording;
+            recording.applicationVersion = QStringLiteral("2026.4.0");
+            recording.filename = QStringLiteral("synthetic-%1.rec").arg(frameCount);
+            recording.subjectName = QStringLiteral("Synthetic Suit");
+            recording.processingQuality = QStringLiteral("HD");
+            recording.recordStartTime = QDateTime(QDate(2026, 3, 1), QTime(9, 0), QTimeZone::utc());
+            recording.frameRate = synthetic::FrameRate;
+            // The frames are numbered 0 .. frameCount - 1 without a list of their numbers.
+            recording.firstFrame = 0;
+            recording.lastFrame = frameCount - 1;
+            recording.frameCount = frameCount;
+            recording.tPoseSegmentCount = synthetic::SegmentCount;
+            recording.fingerTracking = demo::fingerTrackingNames();
+            const QMap<QString, QString> info = {
+                {QStringLiteral("frameRate"), QString::number(synthetic::ChannelSampleRate)}};
+            for (int channel = 1; channel <= synthetic::ChannelCount; ++channel)
+                recording.externalChannels.append({QStringLiteral("Analog %1").arg(channel), info});
+            recording.externalDataCount = frameCount * ExternalRowsPerFrame;
+            return recording;
+        }(),
+        std::move(settingsFactory))
+    , m_frameCount(frameCount)
 {
     m_waves.reserve(3 * VectorsPerPose);
     for (int i = 0; i < 3 * VectorsPerPose; ++i) {

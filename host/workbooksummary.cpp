@@ -56,7 +56,7 @@ std::vector<Entry> readDirectory(QFile& file)
         if (at + 46 + nameLength > directory.size())
             return {};
         entries.push_back({QString::fromUtf8(directory.mid(at + 46, nameLength)), read16(directory, at + 10),
-                           read32(directory, at + 20), read32(directory, at + 42)});
+            read32(directory, at + 20), read32(directory, at + 42)});
         at += 46 + nameLength + extraLength + commentLength;
     }
     return entries;

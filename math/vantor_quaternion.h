@@ -12,8 +12,18 @@ class Quaternion
 public:
     // Copies the host's components unchanged: no normalisation, no validity test. Implicit,
     // as both types are the same four doubles.
-    Quaternion(const ZtQuaternion& q) noexcept : q0(q.q0), q1(q.q1), q2(q.q2), q3(q.q3) {}
-    Quaternion(double scalar, double x, double y, double z) noexcept : q0(scalar), q1(x), q2(y), q3(z) {}
+    Quaternion(const ZtQuaternion& q) noexcept
+        : q0(q.q0)
+        , q1(q.q1)
+        , q2(q.q2)
+        , q3(q.q3)
+    { }
+    Quaternion(double scalar, double x, double y, double z) noexcept
+        : q0(scalar)
+        , q1(x)
+        , q2(y)
+        , q3(z)
+    { }
 
     // Every component finite, and then: with a positive tolerance, unit length within it;
     // otherwise at least one component above DBL_EPSILON in magnitude.
@@ -25,10 +35,10 @@ public:
     void toEuler(ZtVector& out) const noexcept;
     ZtVector toEuler() const;
 
-    double q0;  // scalar part
-    double q1;  // x
-    double q2;  // y
-    double q3;  // z
+    double q0; // scalar part
+    double q1; // x
+    double q2; // y
+    double q3; // z
 };
 
 // asin that returns +-pi/2 outside (-1, 1); a NaN argument gives +pi/2.

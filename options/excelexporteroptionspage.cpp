@@ -22,7 +22,9 @@ constexpr int MaxFrameSkip = 10;
 // pushes everything to the top.
 struct PageItem
 {
-    enum Kind { SheetBox, GroupGap, BottomFiller };
+    enum Kind { SheetBox,
+        GroupGap,
+        BottomFiller };
     Kind kind;
     SheetId sheet;
     int row;
@@ -59,7 +61,8 @@ constexpr std::array<PageItem, 24> pageItems = {{
 } // namespace
 
 ExcelExporterOptionsPage::ExcelExporterOptionsPage(AbstractSettingsSynchronizer* settings, QObject* parent)
-    : AbstractOptionsPage(parent), m_settings(settings)
+    : AbstractOptionsPage(parent)
+    , m_settings(settings)
 {
 }
 
@@ -124,11 +127,11 @@ QWidget* ExcelExporterOptionsPage::createPage(QWidget* parent)
         }
         case PageItem::GroupGap:
             grid->addItem(new QSpacerItem(10, 24, QSizePolicy::Minimum, QSizePolicy::Fixed), item.row, item.column,
-                          2, 1);
+                2, 1);
             break;
         case PageItem::BottomFiller:
             grid->addItem(new QSpacerItem(10, 0, QSizePolicy::Minimum, QSizePolicy::Expanding), item.row,
-                          item.column, 1, 1);
+                item.column, 1, 1);
             break;
         }
     }
@@ -138,7 +141,7 @@ QWidget* ExcelExporterOptionsPage::createPage(QWidget* parent)
 }
 
 QCheckBox* ExcelExporterOptionsPage::addSheetCheckBox(QWidget* page, QGridLayout* grid, const char* key,
-                                                      const char* title, int row, int column)
+    const char* title, int row, int column)
 {
     const QString keyText = QString::fromLatin1(key);
     auto* box = new QCheckBox(tr(title), page);

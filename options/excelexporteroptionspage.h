@@ -37,9 +37,9 @@ public slots:
 
 private:
     QCheckBox* addSheetCheckBox(QWidget* page, QGridLayout* grid, const char* key, const char* title,
-                                int row, int column);
+        int row, int column);
 
     AbstractSettingsSynchronizer* m_settings;
     QComboBox* m_frameSkipComboBox = nullptr;
-    QMap<QString, bool> checkStates;  // settings key -> state of its check box
+    QMap<QString, bool> checkStates; // settings key -> state of its check box
 };

@@ -17,7 +17,7 @@ QMap<QString, QString> exportSettingDescriptions()
 {
     QMap<QString, QString> descriptions;
     descriptions.insert(QLatin1String(FrameSkipKey),
-                        QStringLiteral("The number of frames to skip between exported frames, use for downsampling."));
+        QStringLiteral("The number of frames to skip between exported frames, use for downsampling."));
     for (const SheetEntry& sheet : sheetCatalogue)
         descriptions.insert(QLatin1String(sheet.key), QLatin1String(sheet.title));
     return descriptions;

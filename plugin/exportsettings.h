@@ -26,7 +26,7 @@ QMap<QString, QString> exportSettingDescriptions();
 struct ExportSettings
 {
     int frameSkip = 0;
-    std::array<bool, SheetSwitchCount> sheetEnabled{};  // indexed by switchIndex()
+    std::array<bool, SheetSwitchCount> sheetEnabled{}; // indexed by switchIndex()
 };
 
 // Reads "frameSkip", then the data-sheet switches in catalogue order, then "markers". A value

@@ -63,7 +63,7 @@ bool isHexDigit(char c)
 bool startsEscapePattern(const char* p, const char* end)
 {
     return end - p >= 7 && p[0] == '_' && p[1] == 'x' && isHexDigit(p[2]) && isHexDigit(p[3]) && isHexDigit(p[4])
-           && isHexDigit(p[5]) && p[6] == '_';
+        && isHexDigit(p[5]) && p[6] == '_';
 }
 
 // The text a cell can hold: characters XML forbids dropped, then cut to the cell's length
@@ -237,8 +237,9 @@ void CellWriter::writeSharedStringTable(PartFile& file) const
 {
     char count[12];
     char uniqueCount[12];
-    file.write("<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n"
-               "<sst xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\" count=\"");
+    file.write(
+        "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n"
+        "<sst xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\" count=\"");
     file.write(_itoa(m_stringCellCount, count));
     file.write("\" uniqueCount=\"");
     file.write(_itoa(static_cast<int>(m_sharedStrings.size()), uniqueCount));

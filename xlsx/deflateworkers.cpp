@@ -17,7 +17,8 @@ constexpr std::size_t OutputSize = 256 * 1024;
 
 } // namespace
 
-struct DeflateStream {
+struct DeflateStream
+{
     QFile* file = nullptr;
     isal_zstream zstream{};
     std::unique_ptr<std::uint8_t[]> levelBuffer;
@@ -148,7 +149,7 @@ void DeflateWorkers::throwIfFailed()
 }
 
 void DeflateWorkers::enqueue(std::unique_lock<std::mutex>& lock, DeflateStream* stream, Block& block, std::size_t size,
-                             bool last)
+    bool last)
 {
     stream->pending.push_back({std::move(block), size, last});
     if (!stream->busy && !stream->queued) {

@@ -25,7 +25,8 @@ namespace xlsx {
 struct DeflateStream;
 
 // CRC-32 and length of a file's text, the stream's compressed form being in the file.
-struct DeflatedText {
+struct DeflatedText
+{
     std::uint32_t crc = 0;
     std::uint64_t length = 0;
 };
@@ -63,7 +64,8 @@ public:
     void throwIfFailed();
 
     // A block queued for a stream.
-    struct Job {
+    struct Job
+    {
         Block block;
         std::size_t size;
         bool last;

@@ -23,7 +23,8 @@ constexpr int MaxScale = 27;
 
 // 10^q as a 64-bit mantissa with its top bit set and a binary exponent: 10^q is at least
 // mantissa * 2^exponent and less than (mantissa + 1) * 2^exponent (equal for q >= 0).
-struct ScaleFactor {
+struct ScaleFactor
+{
     std::uint64_t mantissa;
     int exponent;
 };
@@ -75,7 +76,8 @@ void writeFifteenDigits(char* out, std::uint64_t n)
     writePairs(out + 7, low, 4);
 }
 
-struct Rounded {
+struct Rounded
+{
     std::uint64_t digits; // 10^14 <= digits < 10^15
     int exponent;         // decimal exponent of the first digit
     bool decided;         // false: too close to a rounding tie, or out of range

@@ -109,10 +109,8 @@ const std::string_view CorePropertiesHead =
     " xmlns:dcmitype=\"http://purl.org/dc/dcmitype/\""
     " xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\"><dc:creator>Vantor TAVI Excel Exporter</dc:creator>"
     "<cp:lastModifiedBy>Vantor TAVI Excel Exporter</cp:lastModifiedBy><dcterms:created xsi:type=\"dcterms:W3CDTF\">";
-const std::string_view CorePropertiesMiddle =
-    "</dcterms:created><dcterms:modified xsi:type=\"dcterms:W3CDTF\">";
-const std::string_view CorePropertiesTail =
-    "</dcterms:modified></cp:coreProperties>";
+const std::string_view CorePropertiesMiddle = "</dcterms:created><dcterms:modified xsi:type=\"dcterms:W3CDTF\">";
+const std::string_view CorePropertiesTail = "</dcterms:modified></cp:coreProperties>";
 
 QString corePropertiesTimestamp(const QDateTime& moment)
 {
@@ -124,7 +122,8 @@ QByteArray coreProperties(const QString& timestamp)
     const QByteArray time = timestamp.toUtf8();
     QByteArray text;
     text.reserve(static_cast<qsizetype>(CorePropertiesHead.size() + CorePropertiesMiddle.size()
-                                        + CorePropertiesTail.size()) + 2 * time.size());
+                     + CorePropertiesTail.size())
+        + 2 * time.size());
     text.append(CorePropertiesHead.data(), static_cast<qsizetype>(CorePropertiesHead.size()));
     text.append(time);
     text.append(CorePropertiesMiddle.data(), static_cast<qsizetype>(CorePropertiesMiddle.size()));
@@ -216,14 +215,17 @@ void writeWorkbookRelsTail(PartFile& file, int nextSheetNumber)
 {
     file.write("<Relationship Id=\"rId");
     writeDecimal(file, nextSheetNumber);
-    file.write("\" Type=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships/theme\""
-               " Target=\"theme/theme1.xml\"/><Relationship Id=\"rId");
+    file.write(
+        "\" Type=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships/theme\""
+        " Target=\"theme/theme1.xml\"/><Relationship Id=\"rId");
     writeDecimal(file, nextSheetNumber + 1);
-    file.write("\" Type=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships/styles\""
-               " Target=\"styles.xml\"/><Relationship Id=\"rId");
+    file.write(
+        "\" Type=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships/styles\""
+        " Target=\"styles.xml\"/><Relationship Id=\"rId");
     writeDecimal(file, nextSheetNumber + 2);
-    file.write("\" Type=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships/sharedStrings\""
-               " Target=\"sharedStrings.xml\"/></Relationships>");
+    file.write(
+        "\" Type=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships/sharedStrings\""
+        " Target=\"sharedStrings.xml\"/></Relationships>");
     file.close();
 }
 

@@ -9,7 +9,9 @@
 
 namespace xlsx {
 
-PartFile::PartFile() : m_buffer(new char[BufferSize]) {}
+PartFile::PartFile()
+    : m_buffer(new char[BufferSize])
+{ }
 
 PartFile::~PartFile()
 {

@@ -72,7 +72,7 @@ std::string deflateHead(std::string_view head, int level)
 }
 
 void addWorksheetToZip(zip_t* archive, const char* entryName, const SheetStream::Part& part, const char* bodyPath,
-                       int level)
+    int level)
 {
     const std::string head = worksheetHead(part.extent);
     int result = zip_entry_open(archive, entryName);
@@ -116,7 +116,7 @@ void SheetStream::openPart(int sheetNumber)
 }
 
 void SheetStream::writePrologue(CellWriter& cells, std::vector<std::pair<int, int>> hiddenColumns,
-                                const QStringList& headers)
+    const QStringList& headers)
 {
     m_hiddenColumns = std::move(hiddenColumns);
     m_headers = headers;

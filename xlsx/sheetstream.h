@@ -109,6 +109,6 @@ std::string deflateHead(std::string_view head, int level);
 // Packs one worksheet entry: the head of the part's extent, then its body file, deflated or
 // not; throws "Could not add file to xlsx".
 void addWorksheetToZip(zip_t* archive, const char* entryName, const SheetStream::Part& part, const char* bodyPath,
-                       int level);
+    int level);
 
 } // namespace xlsx

@@ -36,7 +36,7 @@ char* writeColumnLetters(int column, char* out)
         *out++ = static_cast<char>('@' + (column - 1) / 26);
         *out++ = static_cast<char>('A' + (column - 1) % 26);
     } else {
-        const int past = column - 703;  // AAA
+        const int past = column - 703; // AAA
         *out++ = static_cast<char>('A' + past / 676);
         *out++ = static_cast<char>('A' + past / 26 % 26);
         *out++ = static_cast<char>('A' + past % 26);
@@ -73,7 +73,7 @@ void writeHiddenColumns(PartFile& file, const std::vector<std::pair<int, int>>& 
 }
 
 void addSheet(int sheetNumber, std::string_view title, PartFile& workbook, PartFile& contentTypes,
-              PartFile& appProperties)
+    PartFile& appProperties)
 {
     char number[12];
     const std::string_view n = _itoa(sheetNumber, number);
@@ -101,8 +101,9 @@ void addSheetRelationship(int sheetNumber, PartFile& workbookRels)
     const std::string_view n = _itoa(sheetNumber, number);
     workbookRels.write("<Relationship Id=\"rId");
     workbookRels.write(n);
-    workbookRels.write("\" Type=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships/worksheet\""
-                       " Target=\"worksheets/sheet");
+    workbookRels.write(
+        "\" Type=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships/worksheet\""
+        " Target=\"worksheets/sheet");
     workbookRels.write(n);
     workbookRels.write(".xml\"/>");
 }

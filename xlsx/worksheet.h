@@ -32,7 +32,7 @@ void writeHiddenColumns(PartFile& file, const std::vector<std::pair<int, int>>& 
 // Appends sheet number `sheetNumber` titled `title` to the workbook's sheet list, the content
 // types and the application properties' titles, in tab order.
 void addSheet(int sheetNumber, std::string_view title, PartFile& workbook, PartFile& contentTypes,
-              PartFile& appProperties);
+    PartFile& appProperties);
 // Appends the workbook's relationship rId<n> to worksheets/sheet<n>.xml; written in sheet-number
 // order.
 void addSheetRelationship(int sheetNumber, PartFile& workbookRels);

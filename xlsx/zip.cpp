@@ -54,9 +54,12 @@ constexpr std::size_t kCopyChunkSize = 65536;
 constexpr std::size_t kMaxDeflateInput = std::size_t{1} << 30;
 
 // What an entry's data is made of; the two kinds do not mix in one entry.
-enum class EntryData { None, Text, Deflated };
+enum class EntryData { None,
+    Text,
+    Deflated };
 
-struct Entry {
+struct Entry
+{
     bool open = false;
     EntryData data = EntryData::None;
     std::string name;
@@ -70,7 +73,8 @@ struct Entry {
 };
 
 // Little-endian field writer over a byte buffer the caller sized.
-struct FieldWriter {
+struct FieldWriter
+{
     std::uint8_t* at;
 
     void u16(std::uint32_t value)
@@ -85,7 +89,8 @@ struct FieldWriter {
     }
 };
 
-struct DosDateTime {
+struct DosDateTime
+{
     std::uint16_t time;
     std::uint16_t date;
 };
@@ -123,7 +128,8 @@ void writeSharedFields(FieldWriter& out, const Entry& entry)
 
 } // namespace
 
-struct zip_t {
+struct zip_t
+{
     std::unique_ptr<char[]> fileBuffer;
     std::FILE* file = nullptr;
     int level = 0;
@@ -194,7 +200,7 @@ bool deflateToFile(zip_t& zip, const std::uint8_t* data, std::size_t size, bool 
             }
             zip.entry.compressedSize += produced;
         } while (stream.avail_in > 0 || stream.avail_out == 0
-                 || (stream.end_of_stream && stream.internal_state.state != ZSTATE_END));
+            || (stream.end_of_stream && stream.internal_state.state != ZSTATE_END));
     } while (size > 0);
     return true;
 }
@@ -289,7 +295,8 @@ void appendTextChecksum(Entry& entry, std::uint32_t crc, std::uint64_t length)
 // Takes the file's time and mode for the entry, as an entry copied from a file has them.
 bool takeFileStatus(Entry& entry, const char* path)
 {
-    struct stat status {};
+    struct stat status
+    { };
     if (!path || stat(path, &status) != 0) {
         return false;
     }

@@ -74,7 +74,7 @@ int zip_entry_fwrite(zip_t* zip, const char* path);
 // boundary without the final block. Mixed with zip_entry_write or zip_entry_fwrite in one
 // entry, -17. Without an open entry, -1; a failed write, -8.
 int zip_entry_write_deflated(zip_t* zip, const void* buffer, std::size_t size, std::uint32_t crc,
-                             std::uint64_t length);
+    std::uint64_t length);
 
 // The same with the piece read from a file; the entry takes the file's time and mode as with
 // zip_entry_fwrite, and fails as it does.

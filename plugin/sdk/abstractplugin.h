@@ -36,7 +36,9 @@ public:
 class TAVISDK_EXPORT AbstractPluginFactory
 {
 public:
-    enum HardwareStatus { HardwareDisconnected = 0, HardwareConnected = 1, HardwareRecording = 2 };
+    enum HardwareStatus { HardwareDisconnected = 0,
+        HardwareConnected = 1,
+        HardwareRecording = 2 };
 
     virtual ~AbstractPluginFactory();
     virtual void initializePlugin(AbstractTaviStudioPluginInterface& host) = 0;
@@ -50,17 +52,17 @@ public:
     virtual AbstractOptionsPage* optionsPage() = 0;
     virtual AbstractSettingsSynchronizer* settingsSynchronizer() const = 0;
     virtual QString menuEntry() const { return QString(); }
-    virtual void onHardwareStatusChanged(AbstractPluginFactory::HardwareStatus /*status*/) {}
-    virtual void onRecordingStarted() {}
-    virtual void onRecordingStopped() {}
+    virtual void onHardwareStatusChanged(AbstractPluginFactory::HardwareStatus /*status*/) { }
+    virtual void onRecordingStarted() { }
+    virtual void onRecordingStopped() { }
 };
 
 class TAVISDK_EXPORT AbstractExporterFactory : public AbstractPluginFactory
 {
 public:
     ~AbstractExporterFactory() override;
-    void startPlugin(AbstractTaviStudioPluginInterface& /*host*/) override {}
-    void stopPlugin() override {}
+    void startPlugin(AbstractTaviStudioPluginInterface& /*host*/) override { }
+    void stopPlugin() override { }
 
     virtual QString extension() const = 0;
     virtual bool supportsBatchExporting() const { return true; }

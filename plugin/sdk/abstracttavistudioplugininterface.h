@@ -33,7 +33,7 @@ public:
     virtual QString subjectName() const { return QString(); }
     virtual QString processingQuality() const { return QString(); }
     virtual QString markerText(int /*frame*/) const { return QString(); }
-    virtual void logUsageEvent(QString /*event*/) {}
+    virtual void logUsageEvent(QString /*event*/) { }
     virtual QString fingerTrackingSegmentName(ZtHandId /*hand*/, int /*segment*/) const { return QString(); }
     virtual ZtArray<BkeJointInfo> fingerTrackingJointInfoList(ZtHandId /*hand*/) const { return {}; }
     virtual QStringList externalChannelNames() const { return QStringList(); }
@@ -49,6 +49,7 @@ public:
     // store through which they are read and written; the caller owns it. A key never set
     // reads back as its registered default.
     virtual AbstractSettingsSynchronizer* createSettingsSynchronizer(const QMap<QString, QVariant>& defaults,
-                                                                     const QMap<QString, QString>& descriptions,
-                                                                     QObject* owner) = 0;
+        const QMap<QString, QString>& descriptions,
+        QObject* owner)
+        = 0;
 };

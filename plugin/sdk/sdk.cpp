@@ -11,5 +11,7 @@ AbstractExporter::~AbstractExporter() = default;
 AbstractPluginFactory::~AbstractPluginFactory() = default;
 AbstractExporterFactory::~AbstractExporterFactory() = default;
 
-AbstractOptionsPage::AbstractOptionsPage(QObject* parent) : QObject(parent) {}
+AbstractOptionsPage::AbstractOptionsPage(QObject* parent)
+    : QObject(parent)
+{ }
 AbstractOptionsPage::~AbstractOptionsPage() = default;

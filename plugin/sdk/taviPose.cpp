@@ -29,13 +29,41 @@ ZtQuaternion TaviPose::q_gb(int segment, PoseBase) const
     return s ? s->q : ZtQuaternion();
 }
 
-ZtVector TaviPose::pos_g(int i) const { const Segment* s = segmentAt(i); return s ? s->pos : ZtVector(); }
-ZtVector TaviPose::vel_g(int i) const { const Segment* s = segmentAt(i); return s ? s->vel : ZtVector(); }
-ZtVector TaviPose::acc_g(int i) const { const Segment* s = segmentAt(i); return s ? s->acc : ZtVector(); }
-ZtVector TaviPose::angvel_g(int i) const { const Segment* s = segmentAt(i); return s ? s->angVel : ZtVector(); }
-ZtVector TaviPose::angacc_g(int i) const { const Segment* s = segmentAt(i); return s ? s->angAcc : ZtVector(); }
-ZtVector TaviPose::mag_s(int i) const { const Segment* s = segmentAt(i); return s ? s->sensorMag : ZtVector(); }
-ZtVector TaviPose::accG_s(int i) const { const Segment* s = segmentAt(i); return s ? s->sensorFreeAcc : ZtVector(); }
+ZtVector TaviPose::pos_g(int i) const
+{
+    const Segment* s = segmentAt(i);
+    return s ? s->pos : ZtVector();
+}
+ZtVector TaviPose::vel_g(int i) const
+{
+    const Segment* s = segmentAt(i);
+    return s ? s->vel : ZtVector();
+}
+ZtVector TaviPose::acc_g(int i) const
+{
+    const Segment* s = segmentAt(i);
+    return s ? s->acc : ZtVector();
+}
+ZtVector TaviPose::angvel_g(int i) const
+{
+    const Segment* s = segmentAt(i);
+    return s ? s->angVel : ZtVector();
+}
+ZtVector TaviPose::angacc_g(int i) const
+{
+    const Segment* s = segmentAt(i);
+    return s ? s->angAcc : ZtVector();
+}
+ZtVector TaviPose::mag_s(int i) const
+{
+    const Segment* s = segmentAt(i);
+    return s ? s->sensorMag : ZtVector();
+}
+ZtVector TaviPose::accG_s(int i) const
+{
+    const Segment* s = segmentAt(i);
+    return s ? s->sensorFreeAcc : ZtVector();
+}
 
 ZtVector TaviPose::jointAngles(int joint) const { return itemOrEmpty(jointAngleList, joint); }
 ZtVector TaviPose::jointAnglesXzy(int joint) const { return itemOrEmpty(jointAngleXzyList, joint); }

@@ -13,15 +13,22 @@
 
 namespace ErgoIdx {
 // The six ergonomic joints in the host's order.
-enum ErgoIdx { T8_Head = 0, T8_LeftUpperArm, T8_RightUpperArm, Pelvis_T8, Vertical_Pelvis, Vertical_T8 };
+enum ErgoIdx { T8_Head = 0,
+    T8_LeftUpperArm,
+    T8_RightUpperArm,
+    Pelvis_T8,
+    Vertical_Pelvis,
+    Vertical_T8 };
 inline constexpr int Count = 6;
 } // namespace ErgoIdx
 
 // Base frame of a global orientation; the exporter always asks for 0.
-enum PoseBase { PoseBaseGlobal = 0, PoseBaseSensor = 1 };
+enum PoseBase { PoseBaseGlobal = 0,
+    PoseBaseSensor = 1 };
 
 // The two hands in the host's order: hand 0 is written before hand 1.
-enum ZtHandId { ZtHandLeft = 0, ZtHandRight = 1 };
+enum ZtHandId { ZtHandLeft = 0,
+    ZtHandRight = 1 };
 inline constexpr int ZtHandCount = 2;
 
 // One finger segment: orientation followed by position.
@@ -110,7 +117,9 @@ class TAVISDK_EXPORT ConcreteTaviPose
 {
 public:
     ConcreteTaviPose() = default;
-    explicit ConcreteTaviPose(TaviPose pose) : m_pose(std::move(pose)) {}
+    explicit ConcreteTaviPose(TaviPose pose)
+        : m_pose(std::move(pose))
+    { }
     virtual ~ConcreteTaviPose();
 
     virtual int segmentStateCount() const { return m_pose.segmentStateCount(); }
@@ -149,7 +158,9 @@ class TAVISDK_EXPORT TaviPoseObject
 {
 public:
     TaviPoseObject() = default;
-    explicit TaviPoseObject(std::shared_ptr<const ConcreteTaviPose> pose) : m_pose(std::move(pose)) {}
+    explicit TaviPoseObject(std::shared_ptr<const ConcreteTaviPose> pose)
+        : m_pose(std::move(pose))
+    { }
     virtual ~TaviPoseObject();
 
     virtual int segmentStateCount() const { return m_pose ? m_pose->segmentStateCount() : 0; }

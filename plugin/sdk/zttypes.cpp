@@ -102,7 +102,9 @@ bool operator==(const ZtVector& a, const ZtVector& b) noexcept
 }
 
 ZtMatrix::ZtMatrix(std::size_t rows, std::size_t columns)
-    : m_rows(rows), m_columns(columns), m_values(rows * columns, 0.0)
+    : m_rows(rows)
+    , m_columns(columns)
+    , m_values(rows * columns, 0.0)
 {
 }
 
@@ -143,7 +145,11 @@ bool ZtMatrix_empty(const ZtMatrix* m) { return m->rows() * m->columns() == 0; }
 double* ZtMatrix_offset(ZtMatrix* m, std::size_t row, std::size_t column) { return &(*m)(row, column); }
 
 void ZtString_assignCharArray(ZtString* s, const char* text) { s->text = text ? text : ""; }
-void ZtString_append(ZtString* s, const char* text) { if (text) s->text += text; }
+void ZtString_append(ZtString* s, const char* text)
+{
+    if (text)
+        s->text += text;
+}
 bool ZtString_empty(const ZtString* s) { return s->text.empty(); }
 
 ZtQuaternion ZtQuaternion_identity() { return {1.0, 0.0, 0.0, 0.0}; }

@@ -106,7 +106,9 @@ class ZtArray
 {
 public:
     ZtArray() = default;
-    ZtArray(std::initializer_list<T> items) : m_items(items) {}
+    ZtArray(std::initializer_list<T> items)
+        : m_items(items)
+    { }
 
     std::size_t size() const noexcept { return m_items.size(); }
     bool empty() const noexcept { return m_items.empty(); }

@@ -45,12 +45,13 @@ QString differingEntries(const QString& first, const QString& second)
 {
     QProcess python;
     python.start(QStringLiteral("/usr/bin/python3"),
-                 {"-c", "import sys, zipfile\n"
-                        "a, b = (zipfile.ZipFile(p) for p in sys.argv[1:])\n"
-                        "names = (set(a.namelist()) | set(b.namelist())) - {'docProps/core.xml'}\n"
-                        "print(' '.join(sorted(n for n in names if n not in a.namelist() or n not in b.namelist()"
-                        " or a.read(n) != b.read(n))))\n",
-                  first, second});
+        {"-c",
+            "import sys, zipfile\n"
+            "a, b = (zipfile.ZipFile(p) for p in sys.argv[1:])\n"
+            "names = (set(a.namelist()) | set(b.namelist())) - {'docProps/core.xml'}\n"
+            "print(' '.join(sorted(n for n in names if n not in a.namelist() or n not in b.namelist()"
+            " or a.read(n) != b.read(n))))\n",
+            first, second});
     EXPECT_TRUE(python.waitForFinished(60000));
     EXPECT_EQ(python.exitCode(), 0) << python.readAllStandardError().toStdString();
     return QString::fromUtf8(python.readAllStandardOutput()).trimmed();
@@ -75,7 +76,8 @@ TEST(CliBatch, SideBySideExportsEndEachOnTheirOwn)
 
     const QStringList inputs = {"in/walk.json", "in/broken.json", "in/run.json.gz", "in/kept.json", "in/blocked.json"};
     const CliResult batch = space.run(QStringList{"--output-dir", "out", "--jobs", "2", "--no-clobber", "--report",
-                                                  "report.json"} + inputs);
+                                          "report.json"}
+        + inputs);
     EXPECT_EQ(batch.exitCode, 2) << batch.err.toStdString();
     QStringList summaries = batch.out.split(u'\n', Qt::SkipEmptyParts);
     summaries.sort();
@@ -91,7 +93,7 @@ TEST(CliBatch, SideBySideExportsEndEachOnTheirOwn)
     EXPECT_FALSE(space.exists("out/broken.xlsx"));
     EXPECT_FALSE(space.exists("out/blocked.xlsx"));
     EXPECT_EQ(QDir(space.path("out")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden),
-              QStringList({"blocked.xlsx_fldr", "kept.xlsx", "run.xlsx", "walk.xlsx"}));
+        QStringList({"blocked.xlsx_fldr", "kept.xlsx", "run.xlsx", "walk.xlsx"}));
 
     const QJsonObject report = QJsonDocument::fromJson(space.readFile("report.json")).object();
     EXPECT_EQ(report.value("exitStatus"), 2);
@@ -105,7 +107,7 @@ TEST(CliBatch, SideBySideExportsEndEachOnTheirOwn)
         const bool written = entry.value("status").toString() == u"written";
         EXPECT_EQ(entry.value("error").isNull(), written || entry.value("status").toString() == u"skipped") << index;
         for (const char* count : {"frames", "exportedFrames", "frameSkip", "sheets", "rows", "continuationSheets",
-                                  "seconds", "bytes"})
+                 "seconds", "bytes"})
             EXPECT_EQ(entry.value(count).isDouble(), written) << index << count;
         if (!written)
             continue;
@@ -140,17 +142,18 @@ TEST(CliBatch, SummaryCountsWhatTheWorkbookHolds)
     CliWorkspace space;
     QProcess python;
     python.start(QStringLiteral("/usr/bin/python3"),
-                 {"-c", "import sys, zipfile\n"
-                        "titles = ['General Information', 'External Data', 'External Data 2', 'Trial 2']\n"
-                        "extents = ['A1:B6', 'A1:F1048576', 'A1:F7', 'A1']\n"
-                        "with zipfile.ZipFile(sys.argv[1], 'w', zipfile.ZIP_DEFLATED) as z:\n"
-                        "    z.writestr('xl/workbook.xml', '<workbook><sheets>' + ''.join(\n"
-                        "        '<sheet name=\"%s\" sheetId=\"%d\"/>' % (t, i + 1) for i, t in enumerate(titles))"
-                        " + '</sheets></workbook>')\n"
-                        "    for i, e in enumerate(extents):\n"
-                        "        z.writestr('xl/worksheets/sheet%d.xml' % (i + 1), '<worksheet><dimension ref=\"%s\"/>' % e"
-                        " + '<sheetData/>' * 5000 + '</worksheet>')\n",
-                  space.path("made.xlsx")});
+        {"-c",
+            "import sys, zipfile\n"
+            "titles = ['General Information', 'External Data', 'External Data 2', 'Trial 2']\n"
+            "extents = ['A1:B6', 'A1:F1048576', 'A1:F7', 'A1']\n"
+            "with zipfile.ZipFile(sys.argv[1], 'w', zipfile.ZIP_DEFLATED) as z:\n"
+            "    z.writestr('xl/workbook.xml', '<workbook><sheets>' + ''.join(\n"
+            "        '<sheet name=\"%s\" sheetId=\"%d\"/>' % (t, i + 1) for i, t in enumerate(titles))"
+            " + '</sheets></workbook>')\n"
+            "    for i, e in enumerate(extents):\n"
+            "        z.writestr('xl/worksheets/sheet%d.xml' % (i + 1), '<worksheet><dimension ref=\"%s\"/>' % e"
+            " + '<sheetData/>' * 5000 + '</worksheet>')\n",
+            space.path("made.xlsx")});
     ASSERT_TRUE(python.waitForFinished(60000) && python.exitCode() == 0) << python.readAllStandardError().toStdString();
 
     const std::optional<WorkbookSummary> summary = summarizeWorkbook(space.path("made.xlsx"));
@@ -164,7 +167,7 @@ TEST(CliBatch, SummaryCountsWhatTheWorkbookHolds)
     ExportResult result;
     result.workbook = *summary;
     EXPECT_EQ(continuationNote(request, result).toStdString(),
-              R"(note: "made.xlsx" has sheets longer than 1,048,576 rows; they go on in External Data 2)");
+        R"(note: "made.xlsx" has sheets longer than 1,048,576 rows; they go on in External Data 2)");
 
     space.writeFile("text.xlsx", "not an archive");
     EXPECT_FALSE(summarizeWorkbook(space.path("text.xlsx")));

@@ -22,7 +22,8 @@ const QByteArray ValidRecording = R"({"format": "tavi-recording", "version": 1, 
 QString refused(const CliWorkspace& space, const QStringList& arguments)
 {
     const CliResult result = space.run(arguments);
-    EXPECT_EQ(result.exitCode, 2) << arguments.join(u' ').toStdString() << "\n" << result.err.toStdString();
+    EXPECT_EQ(result.exitCode, 2) << arguments.join(u' ').toStdString() << "\n"
+                                  << result.err.toStdString();
     EXPECT_TRUE(result.out.isEmpty());
     EXPECT_FALSE(space.exists("out.xlsx")) << arguments.join(u' ').toStdString();
     EXPECT_TRUE(space.temporaryFolders().isEmpty());
@@ -36,25 +37,25 @@ TEST(CliFailures, RejectedRecordingFilesAreExplained)
 {
     const char* const cases[][3] = {
         {"broken.json", R"({"format": "tavi-recording", "version": 1, "frames": [)",
-         "broken.json:1:55: invalid JSON: expected a value, found the end of the text (byte offset 54)"},
+            "broken.json:1:55: invalid JSON: expected a value, found the end of the text (byte offset 54)"},
         {"version2.json", R"({"format": "tavi-recording", "version": 2})",
-         "version2.json: version: expected the integer 1, found the number 2"},
+            "version2.json: version: expected the integer 1, found the number 2"},
         {"noformat.json", R"({"version": 1})", R"(noformat.json: format: missing, expected the string "tavi-recording")"},
         {"nested.json", R"({"format": "tavi-recording", "version": 1, "frames": [
            {"frame": 0, "pose": {"segments": [{}, {}, {}, {"q": [1, 0, 0, 0]}]}},
            {"frame": 1, "pose": {"segments": [{}, {}, {}, {"q": "identity"}]}}]})",
-         "nested.json: frames[1].pose.segments[3].q: expected an array of 4 numbers, found a string"},
+            "nested.json: frames[1].pose.segments[3].q: expected an array of 4 numbers, found a string"},
         {"absent.json", nullptr, "absent.json: cannot open: No such file or directory"},
         // Small files that declare more than any studio records.
         {"tpose.json", R"({"format": "tavi-recording", "version": 1, "tPoseSegmentCount": 2147483647})",
-         "tpose.json: tPoseSegmentCount: expected null or an integer segment count from 0 to 1000, found the number 2147483647"},
+            "tpose.json: tPoseSegmentCount: expected null or an integer segment count from 0 to 1000, found the number 2147483647"},
         {"range.json", R"({"format": "tavi-recording", "version": 1, "frames": [{"frame": 0}, {"frame": 2147483647}]})",
-         "range.json: frames[1].frame: expected an integer frame number from -1000000000 to 1000000000, found the number 2147483647"},
+            "range.json: frames[1].frame: expected an integer frame number from -1000000000 to 1000000000, found the number 2147483647"},
         {"count.json", R"({"format": "tavi-recording", "version": 1, "frameCount": 2147483647, "externalDataCount": -1})",
-         "count.json: frameCount: expected an integer frame count from 0 to 100000000, found the number 2147483647"},
+            "count.json: frameCount: expected an integer frame count from 0 to 100000000, found the number 2147483647"},
         {"walk.csv", "Frame,Time\n0,0.0\n",
-         "walk.csv:1:1: invalid JSON: expected a value, found 'F' (byte offset 0); a recording is a JSON object as "
-         "docs/recording-format.md describes"},
+            "walk.csv:1:1: invalid JSON: expected a value, found 'F' (byte offset 0); a recording is a JSON object as "
+            "docs/recording-format.md describes"},
     };
     CliWorkspace space;
     for (const auto& [file, content, message] : cases) {
@@ -76,7 +77,7 @@ TEST(CliFailures, RejectedRecordingFilesAreExplained)
     gzputs(zipped, "\"}");
     ASSERT_EQ(gzclose(zipped), Z_OK);
     EXPECT_EQ(refused(space, {"huge-text.json", "out.xlsx"}),
-              "tavi-export: huge-text.json: subjectName: a string longer than 1048576 bytes\n");
+        "tavi-export: huge-text.json: subjectName: a string longer than 1048576 bytes\n");
 }
 
 TEST(CliFailures, PluginsThatCannotBeUsed)
@@ -107,7 +108,8 @@ TEST(CliFailures, WrongCommandLinesPointToHelp)
         {{"--jobs", "2", "--demo", "out.xlsx"}, "--jobs goes with --output-dir"},
         {{"--output-dir", "missing", "rec.json"}, R"(the output folder "missing" does not exist; create it first)"},
         {{"--output-dir", ".", "rec.json", "sub/rec.json.gz"}, R"("rec.json" and "sub/rec.json.gz" would both be written to "./rec.xlsx")"},
-        {{"--output-dir", "."}, ""}, {{"--output-dir", ".", "--jobs", "0", "rec.json"}, "--jobs takes a number from 1"},
+        {{"--output-dir", "."}, ""},
+        {{"--output-dir", ".", "--jobs", "0", "rec.json"}, "--jobs takes a number from 1"},
         {{"--report", "missing/r.json", "--demo", "out.xlsx"}, "the folder of the report"},
         // Control characters from the command line reach the terminal escaped.
         {{"--demo\x1b[2J", "out.xlsx"}, R"(Unknown option 'demo\x1b[2J'.)"},
@@ -115,10 +117,17 @@ TEST(CliFailures, WrongCommandLinesPointToHelp)
         {{"--set", "frameSkip", "--demo", "out.xlsx"}, R"(--set: "frameSkip" is not of the form KEY=VALUE)"},
         // A valid override does not excuse a bad one after it.
         {{"--set", "frameSkip=2", "--set", "markers=maybe", "rec.json", "out.xlsx"}, "--set: setting markers"},
-        {{}, ""}, {{"rec.json"}, ""}, {{"rec.json", "out.xlsx", "extra"}, ""}, {{"--demo"}, ""},
-        {{"--demo", "out.xlsx", "extra"}, ""}, {{"--synthetic", "0", "out.xlsx"}, ""}, {{"--synthetic", "many", "out.xlsx"}, ""},
-        {{"--demo", "--synthetic", "5", "out.xlsx"}, ""}, {{"--options", "out.xlsx"}, ""},
-        {{"--options", "--set", "frameSkip=1"}, ""}, {{"--unknown", "--demo", "out.xlsx"}, ""},
+        {{}, ""},
+        {{"rec.json"}, ""},
+        {{"rec.json", "out.xlsx", "extra"}, ""},
+        {{"--demo"}, ""},
+        {{"--demo", "out.xlsx", "extra"}, ""},
+        {{"--synthetic", "0", "out.xlsx"}, ""},
+        {{"--synthetic", "many", "out.xlsx"}, ""},
+        {{"--demo", "--synthetic", "5", "out.xlsx"}, ""},
+        {{"--options", "out.xlsx"}, ""},
+        {{"--options", "--set", "frameSkip=1"}, ""},
+        {{"--unknown", "--demo", "out.xlsx"}, ""},
         {{"--plugin", "a.so", "--plugin", "b.so", "--demo", "out.xlsx"}, ""},
     };
     for (const auto& [arguments, message] : wrong) {
@@ -167,10 +176,10 @@ TEST(CliFailures, FailedExportsReportThePluginsMessage)
     CliWorkspace space;
     space.writeFile("before.xlsx", "an earlier file");
     for (const auto& [locale, message] : {std::pair{"C.UTF-8", "Exception encountered: File too large"},
-                                          std::pair{"de_DE.UTF-8", "Ausnahme aufgetreten: "}}) {
+             std::pair{"de_DE.UTF-8", "Ausnahme aufgetreten: "}}) {
         QProcess process;
         space.start(process, {"-c", QStringLiteral("ulimit -f 100; exec '%1' --demo before.xlsx").arg(cliProgram())},
-                    locale, QStringLiteral("/bin/sh"));
+            locale, QStringLiteral("/bin/sh"));
         ASSERT_TRUE(process.waitForFinished(60000));
         const QString error = QString::fromLocal8Bit(process.readAllStandardError());
         EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
@@ -197,8 +206,10 @@ TEST(CliFailures, InterruptedExportRemovesItsTemporaryFolder)
     const QString error = QString::fromLocal8Bit(process.readAllStandardError());
     EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
     EXPECT_EQ(process.exitCode(), 128 + SIGTERM);
-    EXPECT_TRUE(error.endsWith("tavi-export: interrupted; unfinished exports were abandoned and their temporary files "
-                               "removed\n")) << error.toStdString();
+    EXPECT_TRUE(error.endsWith(
+        "tavi-export: interrupted; unfinished exports were abandoned and their temporary files "
+        "removed\n"))
+        << error.toStdString();
     EXPECT_FALSE(space.exists("big.xlsx"));
     EXPECT_TRUE(space.temporaryFolders().isEmpty());
 }
@@ -209,9 +220,9 @@ TEST(CliFailures, HelpAndVersionSucceed)
     const CliResult help = space.run({"--help"});
     EXPECT_EQ(help.exitCode, 0);
     for (const char* part : {"RECORDING OUTPUT.xlsx", "--demo OUTPUT.xlsx", "--synthetic N OUTPUT.xlsx", "--options",
-                             "--plugin PATH", "--settings FILE", "--set KEY=VALUE", "--quiet", "Exit status", "Example",
-                             "--output-dir DIR RECORDING...", "--jobs N", "--no-clobber", "--report FILE", "--sheets KEYS",
-                             "--show-settings", "128+N"})
+             "--plugin PATH", "--settings FILE", "--set KEY=VALUE", "--quiet", "Exit status", "Example",
+             "--output-dir DIR RECORDING...", "--jobs N", "--no-clobber", "--report FILE", "--sheets KEYS",
+             "--show-settings", "128+N"})
         EXPECT_TRUE(help.out.contains(QLatin1String(part))) << part;
     EXPECT_TRUE(help.out.contains(space.defaultSettingsPath()));
     EXPECT_TRUE(help.err.isEmpty());

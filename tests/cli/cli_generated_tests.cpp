@@ -108,8 +108,9 @@ TEST(CliGenerated, SheetsAndSettingsInEffect)
     CliWorkspace space;
     space.writeFile("my.ini", "[General]\nframeSkip=abc\nmarkers=false\nsegmentVel=false\n");
     const QByteArray edited = space.readFile("my.ini");
-    const QString warning = QStringLiteral("tavi-export: warning: settings file \"%1\": frameSkip is \"abc\", not an "
-                                           "integer from 0 to 1000000; the default 0 is used instead\n")
+    const QString warning = QStringLiteral(
+        "tavi-export: warning: settings file \"%1\": frameSkip is \"abc\", not an "
+        "integer from 0 to 1000000; the default 0 is used instead\n")
                                 .arg(space.path("my.ini"));
 
     const CliResult shown = space.run({"--settings", "my.ini", "--set", "segmentPos=false", "--show-settings"});
@@ -143,8 +144,9 @@ TEST(CliGenerated, SheetsAndSettingsInEffect)
         titles << sheet.title;
     EXPECT_EQ(titles, QStringList({"General Information", "Segment Velocity", "Joint Angles ZXY"}));
     EXPECT_EQ(rowsOf(*book, "Joint Angles ZXY"), 9);
-    const QRegularExpression summary(QStringLiteral("^wrote \"few.xlsx\": 8 of 8 frames \\(frame skip 0\\), 3 sheets, %1 "
-                                                    "rows, 0 continuation sheets, [0-9.]+ s, ([0-9,]+) bytes\n$")
+    const QRegularExpression summary(QStringLiteral(
+        "^wrote \"few.xlsx\": 8 of 8 frames \\(frame skip 0\\), 3 sheets, %1 "
+        "rows, 0 continuation sheets, [0-9.]+ s, ([0-9,]+) bytes\n$")
                                          .arg(6 + 9 + 9));
     const QRegularExpressionMatch match = summary.match(run.out);
     ASSERT_TRUE(match.hasMatch()) << run.out.toStdString();

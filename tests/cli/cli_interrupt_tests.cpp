@@ -20,7 +20,7 @@ bool isWholeArchive(const QString& path)
 {
     QProcess python;
     python.start(QStringLiteral("/usr/bin/python3"),
-                 {"-c", "import sys, zipfile; sys.exit(zipfile.ZipFile(sys.argv[1]).testzip() is not None)", path});
+        {"-c", "import sys, zipfile; sys.exit(zipfile.ZipFile(sys.argv[1]).testzip() is not None)", path});
     return python.waitForFinished(60000) && python.exitStatus() == QProcess::NormalExit && python.exitCode() == 0;
 }
 
@@ -44,7 +44,7 @@ void expectTargetWholeOrUntouched(const CliWorkspace& space)
     const QByteArray target = space.readFile("big.xlsx");
     EXPECT_TRUE(target == EarlierWorkbook || isWholeArchive(space.path("big.xlsx")));
     EXPECT_EQ(QDir(space.path(".")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden),
-              QStringList({"big.xlsx", "config"}));
+        QStringList({"big.xlsx", "config"}));
 }
 
 } // namespace
@@ -63,8 +63,10 @@ TEST(CliInterrupts, SignalsDuringPackaging)
         EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
         EXPECT_EQ(process.exitCode(), 128 + SIGINT);
         const QString error = QString::fromLocal8Bit(process.readAllStandardError());
-        EXPECT_TRUE(error.endsWith("tavi-export: interrupted; unfinished exports were abandoned and their temporary "
-                                   "files removed\n")) << error.toStdString();
+        EXPECT_TRUE(error.endsWith(
+            "tavi-export: interrupted; unfinished exports were abandoned and their temporary "
+            "files removed\n"))
+            << error.toStdString();
         expectTargetWholeOrUntouched(space);
     }
 }

@@ -61,7 +61,7 @@ public:
 
     // Starts `program` (tavi-export unless given) in the scratch folder under `locale`.
     void start(QProcess& process, const QStringList& arguments, const QString& locale = QStringLiteral("C.UTF-8"),
-               const QString& program = cliProgram()) const
+        const QString& program = cliProgram()) const
     {
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
         env.insert(QStringLiteral("XDG_CONFIG_HOME"), path(QStringLiteral("config")));
@@ -80,8 +80,8 @@ public:
         const bool finished = process.waitForFinished(120000);
         EXPECT_TRUE(finished) << "tavi-export did not finish: " << arguments.join(u' ').toStdString();
         return {finished && process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
-                QString::fromLocal8Bit(process.readAllStandardOutput()),
-                QString::fromLocal8Bit(process.readAllStandardError())};
+            QString::fromLocal8Bit(process.readAllStandardOutput()),
+            QString::fromLocal8Bit(process.readAllStandardError())};
     }
 
     // Runs an export that must succeed quietly (standard error is no terminal here) and

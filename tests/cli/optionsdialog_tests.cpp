@@ -28,7 +28,7 @@ namespace {
 
 // Runs the dialog; `use` works it from inside its event loop and must close it.
 int withDialog(AbstractExporterFactory& factory, const IniSettingsSynchronizer& settings,
-               const std::function<void(QDialog&)>& use)
+    const std::function<void(QDialog&)>& use)
 {
     QTimer::singleShot(0, [&] {
         for (QWidget* widget : QApplication::topLevelWidgets()) {
@@ -68,10 +68,10 @@ protected:
     const QString file = dir.filePath("options.ini");
     IniSettingsSynchronizer* settings = nullptr;
     RecordingHost host{Recording(), [this](const QMap<QString, QVariant>& defaults, const QMap<QString, QString>& descriptions) {
-        auto store = std::make_unique<IniSettingsSynchronizer>(file, defaults, descriptions);
-        settings = store.get();
-        return std::unique_ptr<AbstractSettingsSynchronizer>(std::move(store));
-    }};
+                           auto store = std::make_unique<IniSettingsSynchronizer>(file, defaults, descriptions);
+                           settings = store.get();
+                           return std::unique_ptr<AbstractSettingsSynchronizer>(std::move(store));
+                       }};
     std::unique_ptr<ExporterPlugin> plugin;
 };
 
@@ -127,12 +127,12 @@ TEST(OptionsDialogProgram, WithoutADisplayExplainsAndExits)
 {
     struct Case
     {
-        const char* display;  // null: unset
+        const char* display; // null: unset
         const char* reason;
     };
     const Case cases[] = {
         {nullptr, "neither DISPLAY nor WAYLAND_DISPLAY is set"},
-        {":987", ":987"},  // no X server answers there
+        {":987", ":987"}, // no X server answers there
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.display ? c.display : "no DISPLAY");

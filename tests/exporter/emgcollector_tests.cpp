@@ -26,7 +26,14 @@ Recording channelRecording(std::vector<int> rates, double frameRate, int frames,
 
 TEST(EmgCollector, OutputRateAndSamplesPerFrame)
 {
-    struct Case { std::vector<int> rates; double frameRate; int rate; int samples; bool ok; };
+    struct Case
+    {
+        std::vector<int> rates;
+        double frameRate;
+        int rate;
+        int samples;
+        bool ok;
+    };
     const Case cases[] = {
         {{2000, 2000}, 60.0, 2400, 40, true},
         {{3000, 3000}, 60.0, 2400, 40, true},
@@ -34,8 +41,8 @@ TEST(EmgCollector, OutputRateAndSamplesPerFrame)
         {{3001, 100}, 60.0, 4800, 80, true},
         {{2400}, 240.0, 2400, 10, true},
         {{2400}, 120.0, 2400, 20, true},
-        {{2400}, 0.5, 2400, 0, false},     // truncates to 0 frames per second
-        {{2400}, 4800.0, 2400, 0, false},  // fewer output samples than frames
+        {{2400}, 0.5, 2400, 0, false},    // truncates to 0 frames per second
+        {{2400}, 4800.0, 2400, 0, false}, // fewer output samples than frames
     };
     for (const Case& c : cases) {
         RecordingHost host(channelRecording(c.rates, c.frameRate, 1, 1));
@@ -100,7 +107,7 @@ TEST(EmgCollector, ExtraEntriesAndMissingChannelsAreTolerated)
     collector.collectAndResample(0, 1, 0);
     ASSERT_EQ(collector.resampled().size(), 3);
     EXPECT_EQ(collector.resampled()[0].size(), 80u);
-    EXPECT_EQ(collector.resampled()[2].size(), 80u);  // 40 samples stretched over both frames
+    EXPECT_EQ(collector.resampled()[2].size(), 80u); // 40 samples stretched over both frames
     EXPECT_EQ(collector.resampled()[2][79], 3.0);
     EXPECT_TRUE(collector.hasResampledData());
 }

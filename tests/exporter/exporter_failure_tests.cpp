@@ -16,7 +16,10 @@ namespace {
 
 struct Session
 {
-    explicit Session(const Options& o = Options()) : host(makeRecording(o)), settings(exportSettingDefaults()) {}
+    explicit Session(const Options& o = Options())
+        : host(makeRecording(o))
+        , settings(exportSettingDefaults())
+    { }
     RecordingHost host;
     MemorySettingsSynchronizer settings;
 };
@@ -85,7 +88,9 @@ TEST_F(ExportTest, AbortAndDestructionLeaveNothingBehind)
     EXPECT_FALSE(QFileInfo::exists(target() + "_fldr"));
     EXPECT_FALSE(QFileInfo::exists(target()));
     // An exporter that never started touches nothing, not even the working folder.
-    { ExcelExporter idle(s.host, &s.settings); }
+    {
+        ExcelExporter idle(s.host, &s.settings);
+    }
     EXPECT_TRUE(QDir::current().exists());
 }
 
@@ -157,9 +162,9 @@ TEST_F(ExportTest, WorkbookOpensInLibreOffice)
     QProcess office;
     office.setWorkingDirectory(dir.path());
     office.start(QStringLiteral("soffice"),
-                 {QStringLiteral("-env:UserInstallation=file://") + dir.filePath(QStringLiteral("profile")),
-                  QStringLiteral("--headless"), QStringLiteral("--convert-to"), QStringLiteral("csv"),
-                  QStringLiteral("--outdir"), dir.filePath(QStringLiteral("csv")), target()});
+        {QStringLiteral("-env:UserInstallation=file://") + dir.filePath(QStringLiteral("profile")),
+            QStringLiteral("--headless"), QStringLiteral("--convert-to"), QStringLiteral("csv"),
+            QStringLiteral("--outdir"), dir.filePath(QStringLiteral("csv")), target()});
     ASSERT_TRUE(office.waitForFinished(180000));
     EXPECT_EQ(office.exitCode(), 0) << office.readAllStandardError().toStdString();
     QFile csv(dir.filePath(QStringLiteral("csv/out.csv")));

@@ -10,10 +10,10 @@ using namespace testrec;
 
 namespace {
 
-constexpr int Channels = 705;  // columns up to AAE
-constexpr int SamplesPerFrame = 10;  // 2400 per second at 240 frames per second
+constexpr int Channels = 705;       // columns up to AAE
+constexpr int SamplesPerFrame = 10; // 2400 per second at 240 frames per second
 constexpr int ExternalRows = 4 * SamplesPerFrame;
-constexpr int RowLimit = 15;  // 14 rows of data per sheet
+constexpr int RowLimit = 15; // 14 rows of data per sheet
 
 QString longMarker()
 {
@@ -54,7 +54,7 @@ std::optional<ReadBack> readWithClients(const QString& path, const QString& scra
 {
     QProcess python;
     python.start(QStringLiteral("/usr/bin/python3"),
-                 {QStringLiteral(TAVI_SOURCE_DIR "/tests/support/workbook_readers.py"), path, scratch});
+        {QStringLiteral(TAVI_SOURCE_DIR "/tests/support/workbook_readers.py"), path, scratch});
     if (!python.waitForFinished(600000) || python.exitCode() != 0) {
         ADD_FAILURE() << python.readAllStandardError().toStdString();
         return std::nullopt;
@@ -72,9 +72,9 @@ TEST_F(ExportTest, EveryClientReadsEveryCell)
     o.frameRate = 240;
     o.rawSamplesPerFrame = SamplesPerFrame;
     o.markers = {{0, QStringLiteral(" blank first")},
-                 {3, QStringLiteral("return\rand\r\nline end\t")},
-                 {6, QStringLiteral("_x0041_ stays, and _x00e9_x0042_ too \U0001F600")},
-                 {9, longMarker()}};
+        {3, QStringLiteral("return\rand\r\nline end\t")},
+        {6, QStringLiteral("_x0041_ stays, and _x00e9_x0042_ too \U0001F600")},
+        {9, longMarker()}};
     const Recording plain = makeRecording(o);
     Options withoutFrames = o;
     withoutFrames.frames.clear();
@@ -98,7 +98,7 @@ TEST_F(ExportTest, EveryClientReadsEveryCell)
 
     RecordingHost host(rec);
     MemorySettingsSynchronizer settings(exportSettingDefaults(), exportSettingDescriptions());
-    settings.setValue(QStringLiteral("frameSkip"), 2);  // frames 0, 3, 6, 9
+    settings.setValue(QStringLiteral("frameSkip"), 2); // frames 0, 3, 6, 9
     {
         ExcelExporter exporter(host, &settings);
         exporter.setRowLimit(RowLimit);

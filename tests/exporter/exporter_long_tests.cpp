@@ -40,7 +40,7 @@ TEST_F(ExportTest, ExternalDataPastTheRowLimitContinuesWithoutLosingARow)
 
     QProcess python;
     python.start(QStringLiteral("/usr/bin/python3"),
-                 {QStringLiteral(TAVI_SOURCE_DIR "/tests/exporter/continued_sheet_check.py"), target()});
+        {QStringLiteral(TAVI_SOURCE_DIR "/tests/exporter/continued_sheet_check.py"), target()});
     ASSERT_TRUE(python.waitForFinished(1800000));
     ASSERT_EQ(python.exitCode(), 0) << python.readAllStandardError().toStdString();
     const QJsonObject result = QJsonDocument::fromJson(python.readAllStandardOutput()).object();

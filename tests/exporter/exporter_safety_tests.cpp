@@ -36,7 +36,10 @@ Options smallRecording()
 
 struct Session
 {
-    Session() : host(makeRecording(smallRecording())), settings(exportSettingDefaults()) {}
+    Session()
+        : host(makeRecording(smallRecording()))
+        , settings(exportSettingDefaults())
+    { }
 
     // Drives the exporter as the host does; the last error, empty on success.
     QString run(ExcelExporter& exporter, const QString& path)
@@ -98,7 +101,8 @@ std::map<std::string, std::string> snapshot(const QString& folder)
 TEST_F(ExportTest, NamesPlantedAtTheTemporaryFolderAreRefusedAndLeftAlone)
 {
     const QString outside = dir.filePath(QStringLiteral("outside"));
-    const struct {
+    const struct
+    {
         const char* what;
         std::function<void(const QString& folder)> plant;
     } cases[] = {
@@ -144,8 +148,8 @@ TEST_F(ExportTest, TheTargetIsReplacedWholeKeepingItsPermissionsAndALinkThereIsN
     ASSERT_EQ(chmod(target().toUtf8().constData(), 0640), 0);
     ASSERT_EQ(s.run(target()), QString());
     EXPECT_EQ(QFile::permissions(target()),
-              QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ReadUser | QFileDevice::WriteUser
-                  | QFileDevice::ReadGroup);
+        QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ReadUser | QFileDevice::WriteUser
+            | QFileDevice::ReadGroup);
     ASSERT_TRUE(readWorkbook(target()));
 
     const QString elsewhere = dir.filePath(QStringLiteral("elsewhere.xlsx"));
@@ -158,7 +162,7 @@ TEST_F(ExportTest, TheTargetIsReplacedWholeKeepingItsPermissionsAndALinkThereIsN
     const auto workbook = readWorkbook(target());
     ASSERT_TRUE(workbook);
     EXPECT_EQ(QDir(dir.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
-              QStringList({"elsewhere.xlsx", "out.xlsx"}));
+        QStringList({"elsewhere.xlsx", "out.xlsx"}));
 }
 
 TEST_F(ExportTest, ExportsToOneTargetExcludeEachOtherAndAKilledOneIsCleanedUpByTheNext)
@@ -218,7 +222,7 @@ TEST_F(ExportTest, ExportsToOneTargetExcludeEachOtherAndAKilledOneIsCleanedUpByT
     EXPECT_NE(readAll(target()), earlier);
     EXPECT_TRUE(readWorkbook(target()));
     EXPECT_EQ(QDir(dir.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
-              QStringList({"out.xlsx", "outside.txt"}));
+        QStringList({"out.xlsx", "outside.txt"}));
 }
 
 TEST_F(ExportTest, AWriteFailureAnywhereLeavesTheEarlierFileAndNothingElse)
@@ -254,7 +258,7 @@ TEST_F(ExportTest, AWriteFailureAnywhereLeavesTheEarlierFileAndNothingElse)
         setrlimit(RLIMIT_FSIZE, &original);
 
         ASSERT_EQ(QDir(dir.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
-                  QStringList("out.xlsx"))
+            QStringList("out.xlsx"))
             << "limit " << limit;
         if (message.isEmpty()) {
             // Whole: from the first local header to the end record.
@@ -271,8 +275,8 @@ TEST_F(ExportTest, AWriteFailureAnywhereLeavesTheEarlierFileAndNothingElse)
 
     // Every stage met a failure, the archive's end included.
     for (const char* expected :
-         {"File too large", "Exception encountered: File too large", "Exception encountered: Could not add contents to xlsx file",
-          "Exception encountered: Could not add file to xlsx", "Exception encountered: Could not create final xlsx file"})
+        {"File too large", "Exception encountered: File too large", "Exception encountered: Could not add contents to xlsx file",
+            "Exception encountered: Could not add file to xlsx", "Exception encountered: Could not create final xlsx file"})
         EXPECT_TRUE(failures.count(QString::fromLatin1(expected))) << expected;
     EXPECT_EQ(failures.size(), 5u);
     EXPECT_GE(largestFailing, archiveSize - 8);

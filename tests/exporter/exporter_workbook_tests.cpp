@@ -19,7 +19,7 @@ void expectVector(const DumpedSheet& sheet, int row, int index, const ZtVector& 
 {
     for (int k = 0; k < 3; ++k)
         EXPECT_EQ(sheet.number(row, 3 * index + 2 + k), expected[k]) << sheet.title.toStdString() << " row " << row
-                                                                      << " index " << index << " component " << k;
+                                                                     << " index " << index << " component " << k;
 }
 
 } // namespace
@@ -36,8 +36,8 @@ TEST_F(ExportTest, FullExportHoldsEverySheetInCatalogueOrder)
 
     EXPECT_EQ(book->titles(), catalogueTitles());
     QStringList expectedEntries = {"_rels/.rels", "docProps/core.xml", "xl/styles.xml", "xl/theme/theme1.xml",
-                                   "[Content_Types].xml", "docProps/app.xml", "xl/_rels/workbook.xml.rels",
-                                   "xl/sharedStrings.xml", "xl/workbook.xml"};
+        "[Content_Types].xml", "docProps/app.xml", "xl/_rels/workbook.xml.rels",
+        "xl/sharedStrings.xml", "xl/workbook.xml"};
     for (int i = 1; i <= 20; ++i)
         expectedEntries << QStringLiteral("xl/worksheets/sheet%1.xml").arg(i);
     EXPECT_EQ(book->entries, expectedEntries);
@@ -65,7 +65,7 @@ TEST_F(ExportTest, FullExportHoldsEverySheetInCatalogueOrder)
     EXPECT_EQ(markers.number(3, 1), 7);
 
     const DumpedSheet& position = *book->sheet(Position);
-    EXPECT_EQ(position.dimension, "A1:CD11");  // 82 columns, 10 frames
+    EXPECT_EQ(position.dimension, "A1:CD11"); // 82 columns, 10 frames
     EXPECT_EQ(position.headers().size(), 82);
     EXPECT_EQ(position.headers().last(), "Prop Tracker 4 z");
     ASSERT_EQ(position.rowCount(), 11);
@@ -128,7 +128,7 @@ TEST_F(ExportTest, FullExportHoldsEverySheetInCatalogueOrder)
 
 TEST_F(ExportTest, PropColumnsFollowTheTPose)
 {
-    Options o;  // 23 segments, T-pose of 23: no props
+    Options o; // 23 segments, T-pose of 23: no props
     auto book = exportAndRead(o);
     ASSERT_TRUE(book);
     EXPECT_EQ(book->sheet(Position)->headers().size(), 70);
@@ -137,7 +137,7 @@ TEST_F(ExportTest, PropColumnsFollowTheTPose)
     EXPECT_EQ(book->sheet(Joints)->headers().size(), 67);
     EXPECT_EQ(book->sheet(Position)->usedColumns(2), 70);
 
-    o.tPoseSegments.reset();  // no T-pose: all four props keep their columns
+    o.tPoseSegments.reset(); // no T-pose: all four props keep their columns
     book = exportAndRead(o);
     ASSERT_TRUE(book);
     EXPECT_EQ(book->sheet(Position)->headers().size(), 82);
@@ -278,7 +278,7 @@ TEST_F(ExportTest, WithoutGlobalPositionLaterSheetsMoveUp)
 TEST_F(ExportTest, ExternalChannelsAreResampledToTheCommonRate)
 {
     Options o;
-    o.channelRates = {2000, 3001};  // above 3000: 4800 per second, 80 rows per frame at 60 fps
+    o.channelRates = {2000, 3001}; // above 3000: 4800 per second, 80 rows per frame at 60 fps
     o.frames = {0, 1, 2, 3};
     o.markers = {};
     auto book = exportAndRead(o);

@@ -12,31 +12,58 @@ namespace {
 
 // Every sheet key with the description registered for it.
 const std::pair<const char*, const char*> sheetSettings[] = {
-    {"generalInfo", "General Information"}, {"markers", "Markers"},
-    {"segmentOriQuat", "Segment Orientation - Quat"}, {"segmentOriEuler", "Segment Orientation - Euler"},
-    {"segmentPos", "Segment Position"}, {"segmentVel", "Segment Velocity"},
-    {"segmentAcc", "Segment Acceleration"}, {"segmentAngVel", "Segment Angular Velocity"},
-    {"segmentAngAcc", "Segment Angular Acceleration"}, {"centerOfMass", "Center of Mass"},
-    {"globalPosition", "Global Position"}, {"externalData", "External Data"},
-    {"jointAngles", "Joint Angles ZXY"}, {"jointAnglesXZY", "Joint Angles XZY"},
-    {"ergJointAngles", "Ergonomic Joint Angles ZXY"}, {"ergJointAnglesXZY", "Ergonomic Joint Angles XZY"},
-    {"sensorOri", "Sensor Orientation - Quat"}, {"sensorOriEuler", "Sensor Orientation - Euler"},
-    {"sensorFreeAcc", "Sensor Free Acceleration"}, {"sensorMagField", "Sensor Magnetic Field"},
+    {"generalInfo", "General Information"},
+    {"markers", "Markers"},
+    {"segmentOriQuat", "Segment Orientation - Quat"},
+    {"segmentOriEuler", "Segment Orientation - Euler"},
+    {"segmentPos", "Segment Position"},
+    {"segmentVel", "Segment Velocity"},
+    {"segmentAcc", "Segment Acceleration"},
+    {"segmentAngVel", "Segment Angular Velocity"},
+    {"segmentAngAcc", "Segment Angular Acceleration"},
+    {"centerOfMass", "Center of Mass"},
+    {"globalPosition", "Global Position"},
+    {"externalData", "External Data"},
+    {"jointAngles", "Joint Angles ZXY"},
+    {"jointAnglesXZY", "Joint Angles XZY"},
+    {"ergJointAngles", "Ergonomic Joint Angles ZXY"},
+    {"ergJointAnglesXZY", "Ergonomic Joint Angles XZY"},
+    {"sensorOri", "Sensor Orientation - Quat"},
+    {"sensorOriEuler", "Sensor Orientation - Euler"},
+    {"sensorFreeAcc", "Sensor Free Acceleration"},
+    {"sensorMagField", "Sensor Magnetic Field"},
 };
 
 // The key of each of the exporter's sheet switches, by index.
 const char* const switchKeys[SheetSwitchCount] = {
-    "markers", "segmentOriQuat", "segmentOriEuler", "segmentPos", "segmentVel", "segmentAcc",
-    "segmentAngVel", "segmentAngAcc", "jointAngles", "jointAnglesXZY", "ergJointAngles",
-    "ergJointAnglesXZY", "centerOfMass", "globalPosition", "externalData", "sensorFreeAcc",
-    "sensorMagField", "sensorOri", "sensorOriEuler",
+    "markers",
+    "segmentOriQuat",
+    "segmentOriEuler",
+    "segmentPos",
+    "segmentVel",
+    "segmentAcc",
+    "segmentAngVel",
+    "segmentAngAcc",
+    "jointAngles",
+    "jointAnglesXZY",
+    "ergJointAngles",
+    "ergJointAnglesXZY",
+    "centerOfMass",
+    "globalPosition",
+    "externalData",
+    "sensorFreeAcc",
+    "sensorMagField",
+    "sensorOri",
+    "sensorOriEuler",
 };
 
 // Answers from a map (an invalid QVariant for a key it lacks) and logs every key asked.
 class RecordingStore : public AbstractSettingsSynchronizer
 {
 public:
-    explicit RecordingStore(QMap<QString, QVariant> initial = exportSettingDefaults()) : values(std::move(initial)) {}
+    explicit RecordingStore(QMap<QString, QVariant> initial = exportSettingDefaults())
+        : values(std::move(initial))
+    { }
 
     QVariant value(const QString& key) const override
     {
@@ -58,7 +85,7 @@ TEST(ExportSettingDefaults, TwentyOneKeysWithTypedDefaultsAndDescriptions)
     EXPECT_EQ(defaults.value("frameSkip").typeId(), QMetaType::Int);
     EXPECT_EQ(defaults.value("frameSkip"), QVariant(0));
     EXPECT_EQ(descriptions.value("frameSkip"),
-              "The number of frames to skip between exported frames, use for downsampling.");
+        "The number of frames to skip between exported frames, use for downsampling.");
     for (const auto& [key, description] : sheetSettings) {
         EXPECT_EQ(defaults.value(key).typeId(), QMetaType::Bool) << key;
         EXPECT_EQ(defaults.value(key), QVariant(true)) << key;
@@ -91,12 +118,12 @@ TEST(LoadExportSettings, ReadsEachKeyIntoItsOwnSwitchInCatalogueOrder)
 TEST(LoadExportSettings, FrameSkipIsBroughtIntoRange)
 {
     const std::pair<QVariant, int> cases[] = {{QVariant(-1), 0},
-                                              {QVariant(INT_MIN), 0},
-                                              {QVariant(QStringLiteral("3")), 3},
-                                              {QVariant(QStringLiteral("every other")), 0},
-                                              {QVariant(FrameSkipLimit), FrameSkipLimit},
-                                              {QVariant(QStringLiteral("2147483647")), FrameSkipLimit},
-                                              {QVariant(qlonglong{1} << 40), FrameSkipLimit}};
+        {QVariant(INT_MIN), 0},
+        {QVariant(QStringLiteral("3")), 3},
+        {QVariant(QStringLiteral("every other")), 0},
+        {QVariant(FrameSkipLimit), FrameSkipLimit},
+        {QVariant(QStringLiteral("2147483647")), FrameSkipLimit},
+        {QVariant(qlonglong{1} << 40), FrameSkipLimit}};
     for (const auto& [stored, expected] : cases) {
         RecordingStore store;
         store.values.insert("frameSkip", stored);

@@ -24,7 +24,7 @@ protected:
 
     // Exports every frame of the recording with the given settings changed from their defaults.
     std::optional<DumpedWorkbook> exportAndRead(const testrec::Options& options,
-                                                const QMap<QString, QVariant>& changed = {})
+        const QMap<QString, QVariant>& changed = {})
     {
         RecordingHost host(testrec::makeRecording(options));
         MemorySettingsSynchronizer settings(exportSettingDefaults(), exportSettingDescriptions());

@@ -41,7 +41,7 @@ public:
     std::unique_ptr<TaviPoseObject> pose(int) const override { return nullptr; }
     QString applicationVersion() const override { return QStringLiteral("test host"); }
     AbstractSettingsSynchronizer* createSettingsSynchronizer(const QMap<QString, QVariant>&,
-                                                             const QMap<QString, QString>&, QObject*) override
+        const QMap<QString, QString>&, QObject*) override
     {
         return nullptr;
     }
@@ -54,12 +54,33 @@ void appendHeaders(QStringList& list, const QString& name, std::initializer_list
 }
 
 const QStringList bodyAndPropNames = {
-    "Pelvis", "L5", "L3", "T12", "T8", "Neck", "Head",
-    "Right Shoulder", "Right Upper Arm", "Right Forearm", "Right Hand",
-    "Left Shoulder", "Left Upper Arm", "Left Forearm", "Left Hand",
-    "Right Upper Leg", "Right Lower Leg", "Right Foot", "Right Toe",
-    "Left Upper Leg", "Left Lower Leg", "Left Foot", "Left Toe",
-    "Prop Tracker 1", "Prop Tracker 2", "Prop Tracker 3", "Prop Tracker 4",
+    "Pelvis",
+    "L5",
+    "L3",
+    "T12",
+    "T8",
+    "Neck",
+    "Head",
+    "Right Shoulder",
+    "Right Upper Arm",
+    "Right Forearm",
+    "Right Hand",
+    "Left Shoulder",
+    "Left Upper Arm",
+    "Left Forearm",
+    "Left Hand",
+    "Right Upper Leg",
+    "Right Lower Leg",
+    "Right Foot",
+    "Right Toe",
+    "Left Upper Leg",
+    "Left Lower Leg",
+    "Left Foot",
+    "Left Toe",
+    "Prop Tracker 1",
+    "Prop Tracker 2",
+    "Prop Tracker 3",
+    "Prop Tracker 4",
 };
 
 // The segment, quaternion and joint lists of a suit with four props.
@@ -91,7 +112,7 @@ QStringList jointList()
         appendHeaders(joints, side + " Hip", rotation);
         appendHeaders(joints, side + " Knee", rotation);
         appendHeaders(joints, side + " Ankle",
-                     {"Abduction/Adduction", "Internal/External Rotation", "Dorsiflexion/Plantarflexion"});
+            {"Abduction/Adduction", "Internal/External Rotation", "Dorsiflexion/Plantarflexion"});
         appendHeaders(joints, side + " Ball Foot", rotation);
     }
     for (int prop = 1; prop <= 4; ++prop)
@@ -106,16 +127,16 @@ TEST(HeaderLists, PropColumnsFollowTheTPoseSegmentCountAndTheRestIsFixed)
     EXPECT_EQ(fullJointList[2], "L5S1 Axial Bending");
     QStringList ergonomic{"Frame"};
     for (const char* joint : {"T8_Head", "T8_LeftUpperArm", "T8_RightUpperArm", "Pelvis_T8", "Vertical_Pelvis",
-                              "Vertical_T8"})
+             "Vertical_T8"})
         appendHeaders(ergonomic, joint, {"Lateral Bending", "Axial Bending", "Flexion/Extension"});
     const QStringList centerOfMass = {"Frame", "CoM pos x", "CoM pos y", "CoM pos z", "CoM vel x",
-                                      "CoM vel y", "CoM vel z", "CoM acc x", "CoM acc y", "CoM acc z"};
+        "CoM vel y", "CoM vel z", "CoM acc x", "CoM acc y", "CoM acc z"};
     const QStringList channels = {"EMG 2", "EMG 1", QString::fromUtf8("Kraft \xc3\x9c & <x>"), ""};
 
     // T-pose segment count and the props it leaves: 23 is the bare body; no T-pose, or a
     // count that names no prop set, keeps all four.
     const std::pair<std::optional<int>, int> cases[] = {{23, 0}, {24, 1}, {25, 2}, {26, 3}, {27, 4},
-                                                        {std::nullopt, 4}, {0, 4}, {22, 4}, {28, 4}};
+        {std::nullopt, 4}, {0, 4}, {22, 4}, {28, 4}};
     for (const auto& [tPoseSegments, props] : cases) {
         SCOPED_TRACE(tPoseSegments.value_or(-1));
         FakeHost host;
@@ -166,7 +187,7 @@ TEST(FingerTrackingHeaders, EachHandAppendsItsColumnsAfterTheBody)
             }
             for (int i = 0; i < 19; ++i)
                 appendHeaders(joint, name + QStringLiteral(" Joint%1").arg(i),
-                              {"Abduction/Adduction", "Internal/External Rotation", "Flexion/Extension"});
+                    {"Abduction/Adduction", "Internal/External Rotation", "Flexion/Extension"});
         }
         EXPECT_TRUE(lists.hasFingerTracking);
         EXPECT_EQ(lists.segment.size(), 70 + 3 * props + 2 * 60);
@@ -179,11 +200,16 @@ TEST(FingerTrackingHeaders, EachHandAppendsItsColumnsAfterTheBody)
         EXPECT_EQ(lists.bodySegment, bodySegment);
 
         const std::pair<SheetId, const QStringList*> sheetLists[] = {
-            {SheetId::SegmentOriQuat, &lists.quaternion}, {SheetId::SensorOri, &lists.quaternion},
-            {SheetId::SegmentPos, &lists.segment}, {SheetId::SensorMagField, &lists.segment},
-            {SheetId::SegmentAngAcc, &lists.bodySegment}, {SheetId::JointAnglesXzy, &lists.joint},
-            {SheetId::ErgJointAngles, &lists.ergonomic}, {SheetId::CenterOfMass, &lists.centerOfMass},
-            {SheetId::GlobalPosition, &lists.globalPosition}, {SheetId::ExternalData, &lists.externalData},
+            {SheetId::SegmentOriQuat, &lists.quaternion},
+            {SheetId::SensorOri, &lists.quaternion},
+            {SheetId::SegmentPos, &lists.segment},
+            {SheetId::SensorMagField, &lists.segment},
+            {SheetId::SegmentAngAcc, &lists.bodySegment},
+            {SheetId::JointAnglesXzy, &lists.joint},
+            {SheetId::ErgJointAngles, &lists.ergonomic},
+            {SheetId::CenterOfMass, &lists.centerOfMass},
+            {SheetId::GlobalPosition, &lists.globalPosition},
+            {SheetId::ExternalData, &lists.externalData},
         };
         for (const auto& [sheet, list] : sheetLists)
             EXPECT_EQ(lists.forSheet(sheetEntry(sheet).headers), *list) << sheetEntry(sheet).key;
@@ -207,10 +233,13 @@ TEST(FingerTrackingHeaders, SecondHandDecidesAndMissingRecordsGiveEmptyLabels)
     FakeHost host;
     host.tPoseSegments = 27;
     host.fingerSegmentsNamed[ZtHandLeft] = host.fingerSegmentsNamed[ZtHandRight] = true;
-    host.jointRecords[ZtHandLeft] = {BkeJointInfo{ZtString{"jMittel\xc3\x96""ffnung"}}};
+    host.jointRecords[ZtHandLeft] = {BkeJointInfo{ZtString{
+        "jMittel\xc3\x96"
+        "ffnung"}}};
     const HeaderLists lists = buildHeaderLists(host);
     ASSERT_EQ(lists.joint.size(), 79 + 114);
-    EXPECT_EQ(lists.joint[79], QString::fromUtf8("Mittel \xc3\x96""ffnung Abduction/Adduction"));
+    EXPECT_EQ(lists.joint[79], QString::fromUtf8("Mittel \xc3\x96"
+                                                 "ffnung Abduction/Adduction"));
     EXPECT_EQ(lists.joint[79 + 3], " Abduction/Adduction");
     EXPECT_EQ(lists.joint.last(), " Flexion/Extension");
 }
@@ -218,14 +247,27 @@ TEST(FingerTrackingHeaders, SecondHandDecidesAndMissingRecordsGiveEmptyLabels)
 TEST(FingerJointLabel, DropsThePrefixAndSeparatesCapitalisedWords)
 {
     const std::pair<const char*, const char*> cases[] = {
-        {"xAbcDEF", "Abc DEF"}, {"lIndexProximalJoint", "Index Proximal Joint"}, {"xabcDef", "abc Def"},
-        {"xABc", "ABc"}, {"xa1B", "a1 B"}, {"xA", "A"}, {"xy", "y"},
+        {"xAbcDEF", "Abc DEF"},
+        {"lIndexProximalJoint", "Index Proximal Joint"},
+        {"xabcDef", "abc Def"},
+        {"xABc", "ABc"},
+        {"xa1B", "a1 B"},
+        {"xA", "A"},
+        {"xy", "y"},
         // Names shorter than two characters give no label.
-        {"", ""}, {"x", ""}, {"\xc3\x84", ""},
+        {"", ""},
+        {"x", ""},
+        {"\xc3\x84", ""},
         // Capitals outside ASCII start words too: German, Greek, and Deseret beyond the basic plane.
-        {"xgr\xc3\xb6\xc3\x9f""e\xc3\x84nderung", "gr\xc3\xb6\xc3\x9f""e \xc3\x84nderung"},
+        {"xgr\xc3\xb6\xc3\x9f"
+         "e\xc3\x84nderung",
+            "gr\xc3\xb6\xc3\x9f"
+            "e \xc3\x84nderung"},
         {"x\xce\xb1\xce\x92", "\xce\xb1 \xce\x92"},
-        {"x\xf0\x90\x90\x80""a\xf0\x90\x90\x81", "\xf0\x90\x90\x80""a \xf0\x90\x90\x81"},
+        {"x\xf0\x90\x90\x80"
+         "a\xf0\x90\x90\x81",
+            "\xf0\x90\x90\x80"
+            "a \xf0\x90\x90\x81"},
     };
     for (const auto& [name, label] : cases)
         EXPECT_EQ(fingerJointLabel(QString::fromUtf8(name)), QString::fromUtf8(label)) << name;

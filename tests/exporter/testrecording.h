@@ -16,8 +16,23 @@
 namespace testrec {
 
 // Quantities of a pose, used to give every accessor its own values.
-enum Quantity { Pos = 1, Vel, Acc, AngVel, AngAcc, SensorAcc, SensorMag, Joint, JointXzy, Ergo, ErgoXzy,
-                ComPos, ComVel, ComAcc, FingerJoint, FingerJointXzy, FingerPos };
+enum Quantity { Pos = 1,
+    Vel,
+    Acc,
+    AngVel,
+    AngAcc,
+    SensorAcc,
+    SensorMag,
+    Joint,
+    JointXzy,
+    Ergo,
+    ErgoXzy,
+    ComPos,
+    ComVel,
+    ComAcc,
+    FingerJoint,
+    FingerJointXzy,
+    FingerPos };
 
 inline ZtVector vectorValue(int frame, int index, int quantity)
 {
@@ -116,7 +131,7 @@ inline Recording makeRecording(const Options& o)
         rec.markers.append({frame, text});
     for (std::size_t c = 0; c < o.channelRates.size(); ++c)
         rec.externalChannels.append({QStringLiteral("EMG %1").arg(c + 1),
-                                     QMap<QString, QString>{{QStringLiteral("frameRate"), QString::number(o.channelRates[c])}}});
+            QMap<QString, QString>{{QStringLiteral("frameRate"), QString::number(o.channelRates[c])}}});
     if (!o.channelRates.empty())
         rec.externalDataCount = static_cast<int>(o.frames.size()) * o.rawSamplesPerFrame;
     if (o.fingerTracking) {

@@ -21,7 +21,7 @@ public:
     std::unique_ptr<TaviPoseObject> pose(int) const override { return nullptr; }
     QString applicationVersion() const override { return {}; }
     AbstractSettingsSynchronizer* createSettingsSynchronizer(const QMap<QString, QVariant>&,
-                                                             const QMap<QString, QString>&, QObject*) override
+        const QMap<QString, QString>&, QObject*) override
     {
         return nullptr;
     }
@@ -107,7 +107,7 @@ TEST(HostInterface, EveryFieldReachesItsOperationOrAccessor)
     EXPECT_EQ(host.subjectName(), "Suit A");
     EXPECT_EQ(host.processingQuality(), "HD");
     EXPECT_EQ(host.recordStartTime().toMSecsSinceEpoch(),
-              QDateTime(QDate(2026, 3, 1), QTime(10, 20, 30, 250), Qt::UTC).toMSecsSinceEpoch());
+        QDateTime(QDate(2026, 3, 1), QTime(10, 20, 30, 250), Qt::UTC).toMSecsSinceEpoch());
     EXPECT_EQ(host.frameRate(), 60.0);
     EXPECT_TRUE(host.tPose().hasPose());
     EXPECT_EQ(host.tPose().segmentStateCount(), 23);
@@ -155,25 +155,48 @@ TEST(HostInterface, EveryFieldReachesItsOperationOrAccessor)
     // An empty segment or finger record and indices past the end read as "no value": the
     // empty vector and the zero quaternion.
     const std::pair<ZtVector, Values> vectors[] = {
-        {p.pos_g(0), {1, 2, 3}}, {p.vel_g(0), {4, 5, 6}}, {p.acc_g(0), {7, 8, 9}},
-        {p.angvel_g(0), {10, 11, 12}}, {p.angacc_g(0), {13, 14, 15}}, {p.accG_s(0), {16, 17, 18}},
-        {p.mag_s(0), {19, 20, 21}}, {p.pos_g(1), {}}, {p.mag_s(1), {}}, {p.vel_g(2), {}}, {p.pos_g(-1), {}},
-        {p.jointAngles(1), {2, 2, 2}}, {p.jointAngles(2), {}}, {p.jointAnglesXzy(0), {3, 3, 3}},
-        {p.jointAnglesErgo(ErgoIdx::Vertical_T8), {6}}, {p.jointAnglesErgoXzy(ErgoIdx::T8_Head), {7, 7}},
-        {p.jointAnglesErgoXzy(ErgoIdx::T8_LeftUpperArm), {}}, {p.centerOfMassPos(true), {0.1}},
-        {p.centerOfMassVel(false), {0.2}}, {p.centerOfMassAcc(true), {0.3}}, {p.globalPosition(), {9, 8, 7}},
-        {p.fingerTrackingData(ZtHandLeft, 0).pos, {0.01, 0.02, 0.03}}, {p.fingerTrackingData(ZtHandRight, 0).pos, {5}},
-        {p.fingerTrackingData(ZtHandLeft, 1).pos, {}}, {p.fingerTrackingData(ZtHandLeft, 19).pos, {}},
-        {p.fingerTrackingJointAngles(ZtHandRight, 0), {4, 5, 6}}, {p.fingerTrackingJointAnglesXzy(ZtHandLeft, 0), {}},
+        {p.pos_g(0), {1, 2, 3}},
+        {p.vel_g(0), {4, 5, 6}},
+        {p.acc_g(0), {7, 8, 9}},
+        {p.angvel_g(0), {10, 11, 12}},
+        {p.angacc_g(0), {13, 14, 15}},
+        {p.accG_s(0), {16, 17, 18}},
+        {p.mag_s(0), {19, 20, 21}},
+        {p.pos_g(1), {}},
+        {p.mag_s(1), {}},
+        {p.vel_g(2), {}},
+        {p.pos_g(-1), {}},
+        {p.jointAngles(1), {2, 2, 2}},
+        {p.jointAngles(2), {}},
+        {p.jointAnglesXzy(0), {3, 3, 3}},
+        {p.jointAnglesErgo(ErgoIdx::Vertical_T8), {6}},
+        {p.jointAnglesErgoXzy(ErgoIdx::T8_Head), {7, 7}},
+        {p.jointAnglesErgoXzy(ErgoIdx::T8_LeftUpperArm), {}},
+        {p.centerOfMassPos(true), {0.1}},
+        {p.centerOfMassVel(false), {0.2}},
+        {p.centerOfMassAcc(true), {0.3}},
+        {p.globalPosition(), {9, 8, 7}},
+        {p.fingerTrackingData(ZtHandLeft, 0).pos, {0.01, 0.02, 0.03}},
+        {p.fingerTrackingData(ZtHandRight, 0).pos, {5}},
+        {p.fingerTrackingData(ZtHandLeft, 1).pos, {}},
+        {p.fingerTrackingData(ZtHandLeft, 19).pos, {}},
+        {p.fingerTrackingJointAngles(ZtHandRight, 0), {4, 5, 6}},
+        {p.fingerTrackingJointAnglesXzy(ZtHandLeft, 0), {}},
         {p.fingerTrackingJointAnglesXzy(ZtHandRight, 1), {10, 11, 12}},
     };
     for (std::size_t i = 0; i < std::size(vectors); ++i)
         EXPECT_EQ(values(vectors[i].first), vectors[i].second) << "vector " << i;
     const std::pair<ZtQuaternion, ZtQuaternion> quaternions[] = {
-        {p.q_gb(0, PoseBaseGlobal), {0.5, 0.5, 0.5, 0.5}}, {p.q_s(0), {0, 1, 0, 0}},
-        {p.fingerTrackingData(ZtHandLeft, 0).q, {1, 0, 0, 0}}, {p.fingerTrackingData(ZtHandRight, 0).q, {}},
-        {p.q_gb(1, PoseBaseGlobal), {}}, {p.q_s(1), {}}, {p.q_gb(2, PoseBaseGlobal), {}}, {p.q_s(-1), {}},
-        {p.fingerTrackingData(ZtHandLeft, 1).q, {}}, {p.fingerTrackingData(ZtHandLeft, 19).q, {}},
+        {p.q_gb(0, PoseBaseGlobal), {0.5, 0.5, 0.5, 0.5}},
+        {p.q_s(0), {0, 1, 0, 0}},
+        {p.fingerTrackingData(ZtHandLeft, 0).q, {1, 0, 0, 0}},
+        {p.fingerTrackingData(ZtHandRight, 0).q, {}},
+        {p.q_gb(1, PoseBaseGlobal), {}},
+        {p.q_s(1), {}},
+        {p.q_gb(2, PoseBaseGlobal), {}},
+        {p.q_s(-1), {}},
+        {p.fingerTrackingData(ZtHandLeft, 1).q, {}},
+        {p.fingerTrackingData(ZtHandLeft, 19).q, {}},
     };
     for (std::size_t i = 0; i < std::size(quaternions); ++i)
         EXPECT_TRUE(quaternions[i].first == quaternions[i].second) << "quaternion " << i;

@@ -83,10 +83,12 @@ TEST(HostSettings, IniStoreKeepsTypedValuesAndOverridesForOneRun)
     EXPECT_EQ(edited.sourceOf("segmentPos"), IniSettingsSynchronizer::Source::File);
     const QString quotedPath = QStringLiteral("\"%1\"").arg(path);
     EXPECT_EQ(edited.malformedValues(),
-              QStringList({QStringLiteral("settings file %1: frameSkip is \"abc\", not an integer from 0 to 1000000; "
-                                          "the default 0 is used instead").arg(quotedPath),
-                           QStringLiteral("settings file %1: markers is \"1\", not true or false; the default true is "
-                                          "used instead").arg(quotedPath)}));
+        QStringList({QStringLiteral("settings file %1: frameSkip is \"abc\", not an integer from 0 to 1000000; "
+                                    "the default 0 is used instead")
+                         .arg(quotedPath),
+            QStringLiteral("settings file %1: markers is \"1\", not true or false; the default true is "
+                           "used instead")
+                .arg(quotedPath)}));
     ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
     file.write("[General]\nframeSkip=-1\n");
     file.close();

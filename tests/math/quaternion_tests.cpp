@@ -21,9 +21,9 @@ constexpr double Pi = std::numbers::pi;
 Quaternion multiply(const Quaternion& a, const Quaternion& b)
 {
     return Quaternion(a.q0 * b.q0 - a.q1 * b.q1 - a.q2 * b.q2 - a.q3 * b.q3,
-                      a.q0 * b.q1 + a.q1 * b.q0 + a.q2 * b.q3 - a.q3 * b.q2,
-                      a.q0 * b.q2 - a.q1 * b.q3 + a.q2 * b.q0 + a.q3 * b.q1,
-                      a.q0 * b.q3 + a.q1 * b.q2 - a.q2 * b.q1 + a.q3 * b.q0);
+        a.q0 * b.q1 + a.q1 * b.q0 + a.q2 * b.q3 - a.q3 * b.q2,
+        a.q0 * b.q2 - a.q1 * b.q3 + a.q2 * b.q0 + a.q3 * b.q1,
+        a.q0 * b.q3 + a.q1 * b.q2 - a.q2 * b.q1 + a.q3 * b.q0);
 }
 
 // Rotation of `degrees` about axis 0 (x), 1 (y) or 2 (z).
@@ -62,8 +62,8 @@ TEST(QuaternionEuler, PitchAtThePolesIsNinetyDegreesNeverNan)
     const double rounded = 0.7071067811865476;
     ASSERT_LT(-2.0 * rounded * rounded, -1.0);
     const std::pair<Quaternion, double> poles[] = {{about(1, 90.0), 90.0}, {about(1, -90.0), -90.0},
-                                                   {Quaternion(rounded, 0.0, rounded, 0.0), 90.0},
-                                                   {Quaternion(rounded, 0.0, -rounded, 0.0), -90.0}};
+        {Quaternion(rounded, 0.0, rounded, 0.0), 90.0},
+        {Quaternion(rounded, 0.0, -rounded, 0.0), -90.0}};
     for (const auto& [q, pitch] : poles) {
         const ZtVector angles = q.toEuler();
         EXPECT_EQ(angles[1], pitch);
@@ -77,14 +77,25 @@ TEST(QuaternionValidity, ToleranceChoosesBetweenNonZeroAndUnitLength)
     const Quaternion copied(ZtQuaternion{2.0, -3.0, 0.5, 1e-300});
     EXPECT_EQ(std::tuple(copied.q0, copied.q1, copied.q2, copied.q3), std::tuple(2.0, -3.0, 0.5, 1e-300));
 
-    struct Case { Quaternion q; double tolerance; bool valid; };
+    struct Case
+    {
+        Quaternion q;
+        double tolerance;
+        bool valid;
+    };
     const Case cases[] = {
         // Zero or negative tolerance: some component above DBL_EPSILON, whatever the length.
-        {{0.0, 0.0, 0.0, 0.0}, 0.0, false}, {{0.0, 0.0, 2e-16, 0.0}, 0.0, false}, {{0.0, 0.0, 0.0, 1e-15}, 0.0, true},
-        {{0.0, 0.0, 0.0, 1e-15}, -1.0, true}, {{5.0, 0.0, 0.0, 0.0}, 0.0, true}, {{DBL_MAX, 0.0, 0.0, 0.0}, 0.0, true},
+        {{0.0, 0.0, 0.0, 0.0}, 0.0, false},
+        {{0.0, 0.0, 2e-16, 0.0}, 0.0, false},
+        {{0.0, 0.0, 0.0, 1e-15}, 0.0, true},
+        {{0.0, 0.0, 0.0, 1e-15}, -1.0, true},
+        {{5.0, 0.0, 0.0, 0.0}, 0.0, true},
+        {{DBL_MAX, 0.0, 0.0, 0.0}, 0.0, true},
         // Positive tolerance: squared length within it of 1.
-        {{0.0, 0.0, 0.0, 1e-15}, 1e-6, false}, {{1.0000004, 0.0, 0.0, 0.0}, 1e-6, true},
-        {{1.000001, 0.0, 0.0, 0.0}, 1e-6, false}, {{5.0, 0.0, 0.0, 0.0}, 1e-6, false},
+        {{0.0, 0.0, 0.0, 1e-15}, 1e-6, false},
+        {{1.0000004, 0.0, 0.0, 0.0}, 1e-6, true},
+        {{1.000001, 0.0, 0.0, 0.0}, 1e-6, false},
+        {{5.0, 0.0, 0.0, 0.0}, 1e-6, false},
         {multiply(about(2, 33.0), about(1, -12.0)), 1e-12, true},
     };
     for (const Case& c : cases)
@@ -102,11 +113,23 @@ TEST(QuaternionValidity, ToleranceChoosesBetweenNonZeroAndUnitLength)
 TEST(ClampedInverseTrigonometry, ClampOutsideTheDomainAndMapNan)
 {
     const double justAbove = 1.0000000000000002;
-    struct Case { double x, asin, acos; };
+    struct Case
+    {
+        double x, asin, acos;
+    };
     const Case cases[] = {
-        {Nan, Pi / 2, 0.0}, {Inf, Pi / 2, 0.0}, {3.0, Pi / 2, 0.0}, {justAbove, Pi / 2, 0.0}, {1.0, Pi / 2, 0.0},
-        {-1.0, -Pi / 2, Pi}, {-justAbove, -Pi / 2, Pi}, {-3.0, -Pi / 2, Pi}, {-Inf, -Pi / 2, Pi},
-        {0.5, Pi / 6, Pi / 3}, {-0.5, -Pi / 6, 2 * Pi / 3}, {0.0, 0.0, Pi / 2},
+        {Nan, Pi / 2, 0.0},
+        {Inf, Pi / 2, 0.0},
+        {3.0, Pi / 2, 0.0},
+        {justAbove, Pi / 2, 0.0},
+        {1.0, Pi / 2, 0.0},
+        {-1.0, -Pi / 2, Pi},
+        {-justAbove, -Pi / 2, Pi},
+        {-3.0, -Pi / 2, Pi},
+        {-Inf, -Pi / 2, Pi},
+        {0.5, Pi / 6, Pi / 3},
+        {-0.5, -Pi / 6, 2 * Pi / 3},
+        {0.0, 0.0, Pi / 2},
     };
     for (const Case& c : cases) {
         EXPECT_DOUBLE_EQ(vantor::asinClamped(c.x), c.asin) << c.x;

@@ -23,18 +23,34 @@
 namespace {
 
 // Every check box of the page with its title and grid cell, as the page is meant to look.
-struct ExpectedBox { const char* key; const char* title; int row; int column; };
+struct ExpectedBox
+{
+    const char* key;
+    const char* title;
+    int row;
+    int column;
+};
 const ExpectedBox expectedBoxes[] = {
-    {"generalInfo", "General Information", 1, 0}, {"markers", "Markers", 1, 1},
-    {"segmentOriQuat", "Segment Orientation - Quat", 3, 0}, {"segmentOriEuler", "Segment Orientation - Euler", 3, 1},
-    {"segmentPos", "Segment Position", 4, 0}, {"segmentAngVel", "Segment Angular Velocity", 4, 1},
-    {"segmentVel", "Segment Velocity", 5, 0}, {"segmentAngAcc", "Segment Angular Acceleration", 5, 1},
-    {"segmentAcc", "Segment Acceleration", 6, 0}, {"centerOfMass", "Center of Mass", 6, 1},
-    {"globalPosition", "Global Position", 7, 0}, {"externalData", "External Data", 7, 1},
-    {"jointAngles", "Joint Angles ZXY", 9, 0}, {"jointAnglesXZY", "Joint Angles XZY", 9, 1},
-    {"ergJointAngles", "Ergonomic Joint Angles ZXY", 10, 0}, {"ergJointAnglesXZY", "Ergonomic Joint Angles XZY", 10, 1},
-    {"sensorOri", "Sensor Orientation - Quat", 12, 0}, {"sensorOriEuler", "Sensor Orientation - Euler", 12, 1},
-    {"sensorFreeAcc", "Sensor Free Acceleration", 13, 0}, {"sensorMagField", "Sensor Magnetic Field", 13, 1},
+    {"generalInfo", "General Information", 1, 0},
+    {"markers", "Markers", 1, 1},
+    {"segmentOriQuat", "Segment Orientation - Quat", 3, 0},
+    {"segmentOriEuler", "Segment Orientation - Euler", 3, 1},
+    {"segmentPos", "Segment Position", 4, 0},
+    {"segmentAngVel", "Segment Angular Velocity", 4, 1},
+    {"segmentVel", "Segment Velocity", 5, 0},
+    {"segmentAngAcc", "Segment Angular Acceleration", 5, 1},
+    {"segmentAcc", "Segment Acceleration", 6, 0},
+    {"centerOfMass", "Center of Mass", 6, 1},
+    {"globalPosition", "Global Position", 7, 0},
+    {"externalData", "External Data", 7, 1},
+    {"jointAngles", "Joint Angles ZXY", 9, 0},
+    {"jointAnglesXZY", "Joint Angles XZY", 9, 1},
+    {"ergJointAngles", "Ergonomic Joint Angles ZXY", 10, 0},
+    {"ergJointAnglesXZY", "Ergonomic Joint Angles XZY", 10, 1},
+    {"sensorOri", "Sensor Orientation - Quat", 12, 0},
+    {"sensorOriEuler", "Sensor Orientation - Euler", 12, 1},
+    {"sensorFreeAcc", "Sensor Free Acceleration", 13, 0},
+    {"sensorMagField", "Sensor Magnetic Field", 13, 1},
 };
 
 // "frameSkip" 0 and every sheet key set to `sheets`.
@@ -52,7 +68,9 @@ using Writes = std::vector<std::pair<QString, QVariant>>;
 class RecordingSynchronizer : public AbstractSettingsSynchronizer
 {
 public:
-    explicit RecordingSynchronizer(QMap<QString, QVariant> values = storedValues(true)) : m_values(std::move(values)) {}
+    explicit RecordingSynchronizer(QMap<QString, QVariant> values = storedValues(true))
+        : m_values(std::move(values))
+    { }
 
     QVariant value(const QString& key) const override { return m_values.value(key); }
     void setValue(const QString& key, const QVariant& value) override

@@ -24,7 +24,7 @@ public:
     {
         return key == QLatin1String("frameSkip") ? QVariant(0) : QVariant(true);
     }
-    void setValue(const QString&, const QVariant&) override {}
+    void setValue(const QString&, const QVariant&) override { }
 };
 
 } // namespace

@@ -31,7 +31,9 @@ namespace {
 class MapSynchronizer : public AbstractSettingsSynchronizer
 {
 public:
-    explicit MapSynchronizer(QMap<QString, QVariant> defaults) : m_values(std::move(defaults)) {}
+    explicit MapSynchronizer(QMap<QString, QVariant> defaults)
+        : m_values(std::move(defaults))
+    { }
     QVariant value(const QString& key) const override { return m_values.value(key); }
     void setValue(const QString& key, const QVariant& value) override { m_values.insert(key, value); }
 
@@ -53,8 +55,7 @@ public:
         const ZtVector zero{0.0, 0.0, 0.0};
         const ZtQuaternion identity{1.0, 0.0, 0.0, 0.0};
         TaviPose pose;
-        pose.segments.assign(23, TaviPose::Segment{identity, {0.0, 0.0, 1.0}, zero, zero, zero, zero, identity, zero,
-                                                   {1.0, 0.0, 0.0}});
+        pose.segments.assign(23, TaviPose::Segment{identity, {0.0, 0.0, 1.0}, zero, zero, zero, zero, identity, zero, {1.0, 0.0, 0.0}});
         pose.jointAngleList.assign(22, zero);
         pose.jointAngleXzyList = pose.jointAngleList;
         pose.ergoJointAngles.fill(zero);
@@ -67,8 +68,8 @@ public:
     QString applicationVersion() const override { return QStringLiteral("test host 1.0"); }
 
     AbstractSettingsSynchronizer* createSettingsSynchronizer(const QMap<QString, QVariant>& defaults,
-                                                             const QMap<QString, QString>& descriptions,
-                                                             QObject* owner) override
+        const QMap<QString, QString>& descriptions,
+        QObject* owner) override
     {
         ++registrations;
         registeredDefaults = defaults;
@@ -130,7 +131,7 @@ TEST_F(PluginTest, MetadataInstanceAndIdentity)
     EXPECT_EQ(factory->version(), "2026.4.0 build 260430012 rev 1777549956 built on 2026-04-30");
     EXPECT_EQ(factory->menuEntry(), QString());
     EXPECT_TRUE(factory->supportsBatchExporting() && factory->supportsParallelExporting()
-                && factory->supportsMultipleExports());
+        && factory->supportsMultipleExports());
     EXPECT_FALSE(factory->supportsObjectExporting());
 }
 
@@ -144,8 +145,8 @@ TEST_F(PluginTest, GermanTranslationsShipInsideThePlugin)
         EXPECT_FALSE(german.translate("ExcelExporterOptionsPage", sheet.title).isEmpty()) << sheet.title;
     EXPECT_FALSE(german.translate("ExcelExporterOptionsPage", "Exporter frame skip (for downsampling)").isEmpty());
     for (const char* message :
-         {"Export was not initialized", "Exception encountered: %1", "Unknown exception encountered",
-          "Exception encountered: %1\nYou could retry with a smaller data set.\nMemory cleanup may take a while."}) {
+        {"Export was not initialized", "Exception encountered: %1", "Unknown exception encountered",
+            "Exception encountered: %1\nYou could retry with a smaller data set.\nMemory cleanup may take a while."}) {
         const QString translated = german.translate("ExcelExporter", message);
         EXPECT_FALSE(translated.isEmpty()) << message;
         EXPECT_EQ(translated.contains(QStringLiteral("%1")), QByteArray(message).contains("%1")) << message;
@@ -159,7 +160,7 @@ TEST_F(PluginTest, GermanTranslationsShipInsideThePlugin)
     std::unique_ptr<AbstractOptionsPage> page(factory->optionsPage());
     std::unique_ptr<QWidget> widget(page->createPage(nullptr));
     EXPECT_EQ(widget->findChild<QCheckBox*>(QStringLiteral("generalInfoCheckBox"))->text(),
-              "Allgemeine Informationen");
+        "Allgemeine Informationen");
     EXPECT_EQ(widget->findChild<QLabel*>()->text(), "Übersprungene Frames beim Export (zur Reduzierung der Abtastrate)");
     const std::unique_ptr<AbstractExporter> exporter = factory->doCreate(host);
     EXPECT_FALSE(exporter->exportFrame(0));
@@ -227,13 +228,13 @@ TEST_F(PluginTest, ExportsAWorkbookThroughTheFactory)
     // Python's zipfile checks every member's CRC and lists the workbook's sheets.
     QProcess python;
     python.start(QStringLiteral(TAVI_PYTHON3),
-                 {QStringLiteral("-c"),
-                  QStringLiteral("import re, sys, zipfile\n"
-                                 "z = zipfile.ZipFile(sys.argv[1])\n"
-                                 "assert z.testzip() is None, 'damaged member'\n"
-                                 "print('\\n'.join(re.findall('<sheet name=\"([^\"]*)\"', "
-                                 "z.read('xl/workbook.xml').decode('utf-8'))))\n"),
-                  target});
+        {QStringLiteral("-c"),
+            QStringLiteral("import re, sys, zipfile\n"
+                           "z = zipfile.ZipFile(sys.argv[1])\n"
+                           "assert z.testzip() is None, 'damaged member'\n"
+                           "print('\\n'.join(re.findall('<sheet name=\"([^\"]*)\"', "
+                           "z.read('xl/workbook.xml').decode('utf-8'))))\n"),
+            target});
     ASSERT_TRUE(python.waitForFinished(60000));
     EXPECT_EQ(python.exitCode(), 0) << python.readAllStandardError().toStdString();
     // Every sheet but External Data: the host has no external channels.
@@ -243,7 +244,7 @@ TEST_F(PluginTest, ExportsAWorkbookThroughTheFactory)
             expectedSheets << QString::fromLatin1(sheet.title);
     }
     EXPECT_EQ(QString::fromUtf8(python.readAllStandardOutput()).split(QLatin1Char('\n'), Qt::SkipEmptyParts),
-              expectedSheets);
+        expectedSheets);
 }
 
 } // namespace

@@ -42,5 +42,4 @@ private:
     std::unique_ptr<QApplication> m_app;
 };
 
-inline const auto* const widgetApplicationEnvironment =
-    ::testing::AddGlobalTestEnvironment(new WidgetApplicationEnvironment);
+inline const auto* const widgetApplicationEnvironment = ::testing::AddGlobalTestEnvironment(new WidgetApplicationEnvironment);

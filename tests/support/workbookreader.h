@@ -100,10 +100,10 @@ inline std::optional<DumpedWorkbook> readWorkbook(const QString& path)
     for (const QJsonValue& v : root.value(QStringLiteral("sheets")).toArray()) {
         const QJsonObject s = v.toObject();
         book.sheets.append(DumpedSheet{s.value(QStringLiteral("title")).toString(),
-                                       s.value(QStringLiteral("part")).toString(),
-                                       s.value(QStringLiteral("dimension")).toString(),
-                                       s.value(QStringLiteral("hidden_ranges")).toArray(),
-                                       s.value(QStringLiteral("rows")).toArray()});
+            s.value(QStringLiteral("part")).toString(),
+            s.value(QStringLiteral("dimension")).toString(),
+            s.value(QStringLiteral("hidden_ranges")).toArray(),
+            s.value(QStringLiteral("rows")).toArray()});
     }
     return book;
 }

@@ -61,7 +61,7 @@ std::array<std::string, 3> writeSheets(std::array<xlsx::PartFile, 3>& files)
     for (int row = 1; row <= 40000; ++row) {
         for (int f = 0; f < 3; ++f) {
             std::string piece = "<row r=\"" + std::to_string(row) + "\"><c><v>" + std::to_string(row * (f + 3) % 977)
-                              + "</v></c></row>";
+                + "</v></c></row>";
             if (f == 1 && row == 20000)
                 piece += std::string(xlsx::PartFile::BufferSize * 3 + 17, 'x');
             files[f].write(piece);
@@ -147,22 +147,23 @@ TEST(DeflatedPartFile, ArchiveEntryJoinsAHeadAndTheDeflatedPart)
     ASSERT_EQ(zip_entry_open(zip, "sheet.xml"), 0);
     ASSERT_EQ(zip_entry_write_deflated(zip, headStream.data(), headStream.size(), crcOf(head), head.size()), 0);
     ASSERT_EQ(zip_entry_fwrite_deflated(zip, dir.filePath(QStringLiteral("j0.xml")).toUtf8().constData(), files[0].deflatedText().crc,
-                                        files[0].deflatedText().length),
-              0);
+                  files[0].deflatedText().length),
+        0);
     EXPECT_EQ(zip_entry_write(zip, "x", 1), ZIP_EINVENTTYPE);
     ASSERT_EQ(zip_entry_close(zip), 0);
     ASSERT_EQ(zip_entry_open(zip, "plain.xml"), 0);
     ASSERT_EQ(zip_entry_write(zip, head.data(), head.size()), 0);
     EXPECT_EQ(zip_entry_write_deflated(zip, headStream.data(), headStream.size(), crcOf(head), head.size()),
-              ZIP_EINVENTTYPE);
+        ZIP_EINVENTTYPE);
     ASSERT_EQ(zip_entry_close(zip), 0);
     zip_close(zip);
 
     // Python's zipfile checks each entry's CRC and size as it reads it.
-    const std::string command = "python3 -c \"import sys, zipfile; z = zipfile.ZipFile(sys.argv[1]); "
-                                "sys.stdout.buffer.write(z.read('sheet.xml')); assert z.read('plain.xml') == "
-                                "z.read('sheet.xml')[:"
-                              + std::to_string(head.size()) + "]\" '" + archivePath.toStdString() + "'";
+    const std::string command =
+        "python3 -c \"import sys, zipfile; z = zipfile.ZipFile(sys.argv[1]); "
+        "sys.stdout.buffer.write(z.read('sheet.xml')); assert z.read('plain.xml') == "
+        "z.read('sheet.xml')[:"
+        + std::to_string(head.size()) + "]\" '" + archivePath.toStdString() + "'";
     FILE* pipe = popen(command.c_str(), "r");
     ASSERT_NE(pipe, nullptr);
     std::string read;

@@ -49,7 +49,7 @@ public:
         ++m_compared;
         if (got != want && m_mismatches.size() < 10)
             m_mismatches.push_back(std::string(want) + " written as " + std::string(got) + " (bits 0x"
-                                   + toHex(std::bit_cast<std::uint64_t>(value)) + ")");
+                + toHex(std::bit_cast<std::uint64_t>(value)) + ")");
     }
 
     std::size_t compared() const { return m_compared; }
@@ -83,8 +83,8 @@ TEST(NumberFormat, MatchesTheLibraryOnHardAndRandomValues)
     // Special and edge values: zeros, infinities, NaN, the ends of the normal and subnormal
     // ranges, the largest finite value, every power of ten and the values on either side.
     for (double v : {0.0, 1.0, 0.1, 0.5, 1e20, 1234567.123456789, std::numeric_limits<double>::min(),
-                     std::numeric_limits<double>::denorm_min(), std::numeric_limits<double>::max(),
-                     std::numeric_limits<double>::epsilon(), 2.2250738585072009e-308})
+             std::numeric_limits<double>::denorm_min(), std::numeric_limits<double>::max(),
+             std::numeric_limits<double>::epsilon(), 2.2250738585072009e-308})
         comparison.check(v);
     for (double v : {INFINITY, -INFINITY, NAN})
         comparison.compare(v);
@@ -107,7 +107,7 @@ TEST(NumberFormat, MatchesTheLibraryOnHardAndRandomValues)
     // beyond it, with their neighbours: the texts the formatter must round exactly.
     std::uniform_int_distribution<int> exponents(-40, 50);
     for (std::uint64_t scale : {std::uint64_t{100'000'000'000'000}, std::uint64_t{1'000'000'000'000'000},
-                                std::uint64_t{10'000'000'000'000'000}}) {
+             std::uint64_t{10'000'000'000'000'000}}) {
         std::uniform_int_distribution<std::uint64_t> digits(scale, scale * 10 - 1);
         for (int i = 0; i < 50000; ++i)
             comparison.check(fromDigits(digits(random), exponents(random)));
@@ -127,7 +127,7 @@ TEST(NumberFormat, MatchesTheLibraryOnHardAndRandomValues)
     std::uint64_t power5 = 5;
     for (int f = 1; f <= 22; ++f, power5 *= 5) {
         std::uniform_int_distribution<std::uint64_t> odd(1'000'000'000'000'000 / power5 / 2 + 1,
-                                                         10'000'000'000'000'000 / power5 / 2 - 1);
+            10'000'000'000'000'000 / power5 / 2 - 1);
         for (int i = 0; i < 2000; ++i)
             comparison.check(std::ldexp(static_cast<double>(2 * odd(random) + 1), -f));
     }

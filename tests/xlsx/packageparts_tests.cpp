@@ -31,7 +31,7 @@ struct Element
     {
         static const Element none;
         const auto found = std::find_if(children.begin(), children.end(),
-                                        [&](const Element& c) { return c.name == QLatin1String(childName); });
+            [&](const Element& c) { return c.name == QLatin1String(childName); });
         return found == children.end() ? none : *found;
     }
 };
@@ -82,9 +82,9 @@ TEST(PackageParts, FixedTextsKeepTheirSizesAndAreWellFormed)
     EXPECT_EQ(colours["a:dk1"]["a:sysClr"].attribute("lastClr"), QStringLiteral("000000"));
     EXPECT_EQ(colours["a:lt1"]["a:sysClr"].attribute("lastClr"), QStringLiteral("FFFFFF"));
     const std::pair<const char*, const char*> rgb[] = {
-        {"a:dk2", "1F497D"},     {"a:lt2", "EEECE1"},     {"a:accent1", "4F81BD"}, {"a:accent2", "C0504D"},
+        {"a:dk2", "1F497D"}, {"a:lt2", "EEECE1"}, {"a:accent1", "4F81BD"}, {"a:accent2", "C0504D"},
         {"a:accent3", "9BBB59"}, {"a:accent4", "8064A2"}, {"a:accent5", "4BACC6"}, {"a:accent6", "F79646"},
-        {"a:hlink", "0000FF"},   {"a:folHlink", "800080"}};
+        {"a:hlink", "0000FF"}, {"a:folHlink", "800080"}};
     for (const auto& [slot, value] : rgb)
         EXPECT_EQ(colours[slot]["a:srgbClr"].attribute("val"), QLatin1String(value)) << slot;
     const Element& fonts = theme["a:themeElements"]["a:fontScheme"];
@@ -96,19 +96,19 @@ TEST(PackageParts, FixedTextsKeepTheirSizesAndAreWellFormed)
 
 TEST(PackageParts, CorePropertiesCarryTheTimeInUtc)
 {
-    const QString timestamp =
-        xlsx::corePropertiesTimestamp(QDateTime(QDate(2026, 4, 5), QTime(15, 7, 9), QTimeZone(2 * 3600)));
+    const QString timestamp = xlsx::corePropertiesTimestamp(QDateTime(QDate(2026, 4, 5), QTime(15, 7, 9), QTimeZone(2 * 3600)));
     EXPECT_EQ(timestamp, QStringLiteral("2026-04-05T13:07:09Z"));
     EXPECT_EQ(xlsx::coreProperties(timestamp).toStdString(),
-              Declaration
-                  + "<cp:coreProperties xmlns:cp=\"http://schemas.openxmlformats.org/package/2006/metadata/core-properties\" "
-                    "xmlns:dc=\"http://purl.org/dc/elements/1.1/\" xmlns:dcterms=\"http://purl.org/dc/terms/\" "
-                    "xmlns:dcmitype=\"http://purl.org/dc/dcmitype/\" xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\">"
-                    "<dc:creator>Vantor TAVI Excel Exporter</dc:creator>"
-                    "<cp:lastModifiedBy>Vantor TAVI Excel Exporter</cp:lastModifiedBy>"
-                    "<dcterms:created xsi:type=\"dcterms:W3CDTF\">2026-04-05T13:07:09Z</dcterms:created>"
-                    "<dcterms:modified xsi:type=\"dcterms:W3CDTF\">2026-04-05T13:07:09Z</dcterms:modified>"
-                    "</cp:coreProperties>");
+        Declaration
+            +
+            "<cp:coreProperties xmlns:cp=\"http://schemas.openxmlformats.org/package/2006/metadata/core-properties\" "
+            "xmlns:dc=\"http://purl.org/dc/elements/1.1/\" xmlns:dcterms=\"http://purl.org/dc/terms/\" "
+            "xmlns:dcmitype=\"http://purl.org/dc/dcmitype/\" xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\">"
+            "<dc:creator>Vantor TAVI Excel Exporter</dc:creator>"
+            "<cp:lastModifiedBy>Vantor TAVI Excel Exporter</cp:lastModifiedBy>"
+            "<dcterms:created xsi:type=\"dcterms:W3CDTF\">2026-04-05T13:07:09Z</dcterms:created>"
+            "<dcterms:modified xsi:type=\"dcterms:W3CDTF\">2026-04-05T13:07:09Z</dcterms:modified>"
+            "</cp:coreProperties>");
 }
 
 // The four fragment files of a workbook, their heads and tails written around addSheet.
@@ -157,53 +157,57 @@ std::string contentType(const std::string& part, const std::string& type)
 
 std::string relationship(int id, const std::string& type, const std::string& target)
 {
-    return "<Relationship Id=\"rId" + std::to_string(id) + "\" Type=\"http://schemas.openxmlformats.org/"
-           "officeDocument/2006/relationships/" + type + "\" Target=\"" + target + "\"/>";
+    return "<Relationship Id=\"rId" + std::to_string(id) +
+        "\" Type=\"http://schemas.openxmlformats.org/"
+        "officeDocument/2006/relationships/"
+        + type + "\" Target=\"" + target + "\"/>";
 }
 
 TEST_F(WorkbookFragments, TwoSheets)
 {
     build(3, {{1, "General Information"}, {2, "Segment Orientation - Quat"}});
     EXPECT_EQ(part(0),
-              Declaration
-                  + "<workbook xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\" "
-                    "xmlns:r=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships\">"
-                    "<fileVersion appName=\"xl\" lastEdited=\"4\" lowestEdited=\"4\" rupBuild=\"4505\"/>"
-                    "<workbookPr defaultThemeVersion=\"124226\"/><bookViews><workbookView xWindow=\"240\" yWindow=\"15\" "
-                    "windowWidth=\"16095\" windowHeight=\"9660\"/></bookViews><sheets>"
-                    "<sheet name=\"General Information\" sheetId=\"1\" r:id=\"rId1\"/>"
-                    "<sheet name=\"Segment Orientation - Quat\" sheetId=\"2\" r:id=\"rId2\"/>"
-                    "</sheets><calcPr calcId=\"124519\"/></workbook>");
+        Declaration
+            +
+            "<workbook xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\" "
+            "xmlns:r=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships\">"
+            "<fileVersion appName=\"xl\" lastEdited=\"4\" lowestEdited=\"4\" rupBuild=\"4505\"/>"
+            "<workbookPr defaultThemeVersion=\"124226\"/><bookViews><workbookView xWindow=\"240\" yWindow=\"15\" "
+            "windowWidth=\"16095\" windowHeight=\"9660\"/></bookViews><sheets>"
+            "<sheet name=\"General Information\" sheetId=\"1\" r:id=\"rId1\"/>"
+            "<sheet name=\"Segment Orientation - Quat\" sheetId=\"2\" r:id=\"rId2\"/>"
+            "</sheets><calcPr calcId=\"124519\"/></workbook>");
     const std::string worksheet = "officedocument.spreadsheetml.worksheet+xml";
     EXPECT_EQ(part(1),
-              Declaration + "<Types xmlns=\"http://schemas.openxmlformats.org/package/2006/content-types\">"
-                  + "<Default Extension=\"rels\" ContentType=\"application/vnd.openxmlformats-package.relationships+xml\"/>"
-                  + "<Default Extension=\"xml\" ContentType=\"application/xml\"/>"
-                  + contentType("/xl/workbook.xml", "officedocument.spreadsheetml.sheet.main+xml")
-                  + contentType("/xl/worksheets/sheet1.xml", worksheet) + contentType("/xl/worksheets/sheet2.xml", worksheet)
-                  + contentType("/xl/theme/theme1.xml", "officedocument.theme+xml")
-                  + contentType("/xl/styles.xml", "officedocument.spreadsheetml.styles+xml")
-                  + contentType("/xl/sharedStrings.xml", "officedocument.spreadsheetml.sharedStrings+xml")
-                  + contentType("/docProps/core.xml", "package.core-properties+xml")
-                  + contentType("/docProps/app.xml", "officedocument.extended-properties+xml") + "</Types>");
+        Declaration + "<Types xmlns=\"http://schemas.openxmlformats.org/package/2006/content-types\">"
+            + "<Default Extension=\"rels\" ContentType=\"application/vnd.openxmlformats-package.relationships+xml\"/>"
+            + "<Default Extension=\"xml\" ContentType=\"application/xml\"/>"
+            + contentType("/xl/workbook.xml", "officedocument.spreadsheetml.sheet.main+xml")
+            + contentType("/xl/worksheets/sheet1.xml", worksheet) + contentType("/xl/worksheets/sheet2.xml", worksheet)
+            + contentType("/xl/theme/theme1.xml", "officedocument.theme+xml")
+            + contentType("/xl/styles.xml", "officedocument.spreadsheetml.styles+xml")
+            + contentType("/xl/sharedStrings.xml", "officedocument.spreadsheetml.sharedStrings+xml")
+            + contentType("/docProps/core.xml", "package.core-properties+xml")
+            + contentType("/docProps/app.xml", "officedocument.extended-properties+xml") + "</Types>");
     EXPECT_EQ(part(2),
-              Declaration
-                  + "<Properties xmlns=\"http://schemas.openxmlformats.org/officeDocument/2006/extended-properties\" "
-                    "xmlns:vt=\"http://schemas.openxmlformats.org/officeDocument/2006/docPropsVTypes\">"
-                    "<Application>Microsoft Excel</Application><DocSecurity>0</DocSecurity><ScaleCrop>false</ScaleCrop>"
-                    "<HeadingPairs><vt:vector size=\"2\" baseType=\"variant\"><vt:variant><vt:lpstr>Worksheets</vt:lpstr>"
-                    "</vt:variant><vt:variant><vt:i4>2</vt:i4></vt:variant></vt:vector></HeadingPairs>"
-                    "<TitlesOfParts><vt:vector size=\"2\" baseType=\"lpstr\">"
-                    "<vt:lpstr>General Information</vt:lpstr><vt:lpstr>Segment Orientation - Quat</vt:lpstr>"
-                    "</vt:vector></TitlesOfParts><Company></Company><LinksUpToDate>false</LinksUpToDate>"
-                    "<SharedDoc>false</SharedDoc><HyperlinksChanged>false</HyperlinksChanged>"
-                    "<AppVersion>12.0000</AppVersion></Properties>");
+        Declaration
+            +
+            "<Properties xmlns=\"http://schemas.openxmlformats.org/officeDocument/2006/extended-properties\" "
+            "xmlns:vt=\"http://schemas.openxmlformats.org/officeDocument/2006/docPropsVTypes\">"
+            "<Application>Microsoft Excel</Application><DocSecurity>0</DocSecurity><ScaleCrop>false</ScaleCrop>"
+            "<HeadingPairs><vt:vector size=\"2\" baseType=\"variant\"><vt:variant><vt:lpstr>Worksheets</vt:lpstr>"
+            "</vt:variant><vt:variant><vt:i4>2</vt:i4></vt:variant></vt:vector></HeadingPairs>"
+            "<TitlesOfParts><vt:vector size=\"2\" baseType=\"lpstr\">"
+            "<vt:lpstr>General Information</vt:lpstr><vt:lpstr>Segment Orientation - Quat</vt:lpstr>"
+            "</vt:vector></TitlesOfParts><Company></Company><LinksUpToDate>false</LinksUpToDate>"
+            "<SharedDoc>false</SharedDoc><HyperlinksChanged>false</HyperlinksChanged>"
+            "<AppVersion>12.0000</AppVersion></Properties>");
     EXPECT_EQ(part(3),
-              Declaration + "<Relationships xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\">"
-                  + relationship(1, "worksheet", "worksheets/sheet1.xml")
-                  + relationship(2, "worksheet", "worksheets/sheet2.xml") + relationship(3, "theme", "theme/theme1.xml")
-                  + relationship(4, "styles", "styles.xml") + relationship(5, "sharedStrings", "sharedStrings.xml")
-                  + "</Relationships>");
+        Declaration + "<Relationships xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\">"
+            + relationship(1, "worksheet", "worksheets/sheet1.xml")
+            + relationship(2, "worksheet", "worksheets/sheet2.xml") + relationship(3, "theme", "theme/theme1.xml")
+            + relationship(4, "styles", "styles.xml") + relationship(5, "sharedStrings", "sharedStrings.xml")
+            + "</Relationships>");
 }
 
 TEST_F(WorkbookFragments, OnlyGeneralInformation)
@@ -212,11 +216,12 @@ TEST_F(WorkbookFragments, OnlyGeneralInformation)
     const std::string app = part(2);
     EXPECT_NE(app.find("<vt:i4>1</vt:i4>"), std::string::npos) << app;
     EXPECT_NE(app.find("<vt:vector size=\"1\" baseType=\"lpstr\"><vt:lpstr>General Information</vt:lpstr></vt:vector>"),
-              std::string::npos) << app;
+        std::string::npos)
+        << app;
     EXPECT_NE(part(3).find(relationship(1, "worksheet", "worksheets/sheet1.xml") + relationship(2, "theme", "theme/theme1.xml")
-                           + relationship(3, "styles", "styles.xml") + relationship(4, "sharedStrings", "sharedStrings.xml")
-                           + "</Relationships>"),
-              std::string::npos);
+                  + relationship(3, "styles", "styles.xml") + relationship(4, "sharedStrings", "sharedStrings.xml")
+                  + "</Relationships>"),
+        std::string::npos);
 }
 
 // A continuation sheet numbered after the others stands next to the sheet it continues in tab
@@ -227,15 +232,15 @@ TEST_F(WorkbookFragments, ContinuationSheetsStandInTabOrder)
     EXPECT_NE(part(0).find("<sheet name=\"External Data\" sheetId=\"2\" r:id=\"rId2\"/>"
                            "<sheet name=\"External Data 2\" sheetId=\"4\" r:id=\"rId4\"/>"
                            "<sheet name=\"Sensor Orientation - Quat\" sheetId=\"3\" r:id=\"rId3\"/></sheets>"),
-              std::string::npos);
+        std::string::npos);
     const std::string worksheet = "officedocument.spreadsheetml.worksheet+xml";
     EXPECT_NE(part(1).find(contentType("/xl/worksheets/sheet2.xml", worksheet) + contentType("/xl/worksheets/sheet4.xml", worksheet)
-                           + contentType("/xl/worksheets/sheet3.xml", worksheet)),
-              std::string::npos);
+                  + contentType("/xl/worksheets/sheet3.xml", worksheet)),
+        std::string::npos);
     EXPECT_NE(part(2).find("<vt:i4>4</vt:i4>"), std::string::npos);
     EXPECT_NE(part(2).find("<vt:lpstr>External Data</vt:lpstr><vt:lpstr>External Data 2</vt:lpstr>"
                            "<vt:lpstr>Sensor Orientation - Quat</vt:lpstr>"),
-              std::string::npos);
+        std::string::npos);
     std::string relationships;
     for (int number = 1; number <= 4; ++number)
         relationships += relationship(number, "worksheet", "worksheets/sheet" + std::to_string(number) + ".xml");

@@ -96,13 +96,14 @@ protected:
 // letters, up to XFD.
 TEST(SheetHead, NamesTheExtent)
 {
-    const struct {
+    const struct
+    {
         int lastRow, lastColumn;
         std::string ref;
-    } cases[] = {{1, 26, "A1:Z1"},   {2, 27, "A1:AA2"},     {1201, 52, "A1:AZ1201"}, {1048576, 53, "A1:BA1048576"},
-                 {3, 702, "A1:ZZ3"}, {3, 703, "A1:AAA3"},   {1, 728, "A1:AAZ1"},     {1048576, 16384, "A1:XFD1048576"},
-                 {9, 96, "A1:CR9"},  {1, 2, "A1:B1"},       {2, 1, "A1:A2"},         {1, 1, "A1"},
-                 {0, 0, "A1"}};
+    } cases[] = {{1, 26, "A1:Z1"}, {2, 27, "A1:AA2"}, {1201, 52, "A1:AZ1201"}, {1048576, 53, "A1:BA1048576"},
+        {3, 702, "A1:ZZ3"}, {3, 703, "A1:AAA3"}, {1, 728, "A1:AAZ1"}, {1048576, 16384, "A1:XFD1048576"},
+        {9, 96, "A1:CR9"}, {1, 2, "A1:B1"}, {2, 1, "A1:A2"}, {1, 1, "A1"},
+        {0, 0, "A1"}};
     for (const auto& c : cases)
         EXPECT_EQ(xlsx::worksheetHead({c.lastRow, c.lastColumn}), SheetHeadStart + c.ref + SheetHeadEnd) << c.ref;
 }
@@ -130,14 +131,14 @@ TEST_F(PartText, WholeDataSheet)
 
     const std::string expected =
         "<cols><col min=\"2\" max=\"4\" width=\"0\" hidden=\"1\"/><col min=\"8\" max=\"8\" width=\"0\" hidden=\"1\"/></cols>"
-          "<sheetData><row r=\"1\" spans=\"1:3\">"
-          "<c r=\"A1\" t=\"s\"><v>0</v></c><c r=\"B1\" t=\"s\"><v>1</v></c><c r=\"C1\" t=\"s\"><v>2</v></c>"
-          "</row><row r=\"2\" spans=\"1:27\"><c r=\"A2\"><v>17</v></c>"
-          "<c r=\"B2\"><v>1</v></c><c r=\"C2\"><v>1e-13</v></c><c r=\"D2\"><v>-0.5</v></c><c r=\"E2\"><v>0.25</v></c>"
-          "<c r=\"H2\"><v>0</v></c><c r=\"I2\"><v>0.1</v></c><c r=\"J2\"><v>-1234.5</v></c>"
-          "<c r=\"K2\" t=\"s\"><v>2</v></c>"
-          "</row><row r=\"3\" spans=\"1:27\"><c r=\"AA3\"><v>2.5</v></c>"
-          "</row></sheetData></worksheet>";
+        "<sheetData><row r=\"1\" spans=\"1:3\">"
+        "<c r=\"A1\" t=\"s\"><v>0</v></c><c r=\"B1\" t=\"s\"><v>1</v></c><c r=\"C1\" t=\"s\"><v>2</v></c>"
+        "</row><row r=\"2\" spans=\"1:27\"><c r=\"A2\"><v>17</v></c>"
+        "<c r=\"B2\"><v>1</v></c><c r=\"C2\"><v>1e-13</v></c><c r=\"D2\"><v>-0.5</v></c><c r=\"E2\"><v>0.25</v></c>"
+        "<c r=\"H2\"><v>0</v></c><c r=\"I2\"><v>0.1</v></c><c r=\"J2\"><v>-1234.5</v></c>"
+        "<c r=\"K2\" t=\"s\"><v>2</v></c>"
+        "</row><row r=\"3\" spans=\"1:27\"><c r=\"AA3\"><v>2.5</v></c>"
+        "</row></sheetData></worksheet>";
     const QString body = dir.filePath(QStringLiteral("sheet4.xml"));
     EXPECT_EQ(readFile(body), expected);
     EXPECT_EQ(xlsx::worksheetHead(sheet.parts()[0].extent), SheetHeadStart + "A1:AA3" + SheetHeadEnd);
@@ -189,10 +190,12 @@ TEST(SheetStreamRows, ContinueOnANewPartAtTheRowLimit)
         EXPECT_EQ(sheet.parts()[k].extent.lastRow, extents[k].lastRow);
         EXPECT_EQ(sheet.parts()[k].extent.lastColumn, extents[k].lastColumn);
     }
-    const std::string prologue = "<cols><col min=\"2\" max=\"3\" width=\"0\" hidden=\"1\"/></cols><sheetData>"
-                                 "<row r=\"1\" spans=\"1:2\">" + stringCell("A1", 0) + stringCell("B1", 1);
+    const std::string prologue =
+        "<cols><col min=\"2\" max=\"3\" width=\"0\" hidden=\"1\"/></cols><sheetData>"
+        "<row r=\"1\" spans=\"1:2\">"
+        + stringCell("A1", 0) + stringCell("B1", 1);
     EXPECT_EQ(readFile(dir.filePath(QStringLiteral("sheet8.xml"))),
-              prologue + "</row><row r=\"2\" spans=\"1:2\">" + cell("A2", "6") + "</row></sheetData></worksheet>");
+        prologue + "</row><row r=\"2\" spans=\"1:2\">" + cell("A2", "6") + "</row></sheetData></worksheet>");
     EXPECT_EQ(readFile(dir.filePath(QStringLiteral("sheet7.xml"))).substr(0, prologue.size()), prologue);
     EXPECT_EQ(cells.stringCellCount(), 6);
 
@@ -203,7 +206,7 @@ TEST(SheetStreamRows, ContinueOnANewPartAtTheRowLimit)
     sheet.writePrologue(cells, {}, {QStringLiteral("Frame")});
     sheet.finish();
     EXPECT_EQ(readFile(dir.filePath(QStringLiteral("sheet1.xml"))),
-              "<sheetData><row r=\"1\" spans=\"1:1\">" + stringCell("A1", 0) + "</row></sheetData></worksheet>");
+        "<sheetData><row r=\"1\" spans=\"1:1\">" + stringCell("A1", 0) + "</row></sheetData></worksheet>");
 }
 
 // Cells name their own row, also outside the row last started. Vector components of magnitude
@@ -236,13 +239,7 @@ TEST_F(PartText, RowsAndCellForms)
     cells.writeInt(file, 5, 20000, 1);
     cells.writeString(file, 5, 16385, QStringLiteral("past XFD"));
     file.finish();
-    EXPECT_EQ(readFile(path()), "<row r=\"1048576\" spans=\"1:702\">" + cell("A1048576", "-7") + cell("ZZ1048576", "-0")
-                          + cell("Z9", "1e-05") + cell("AA10", "-2147483648") + "</row><row r=\"2\" spans=\"1:9\">"
-                          + cell("B2", "0") + cell("C2", "0") + cell("D2", "1e-12")
-                          + cell("F2", "5e-13") + cell("G2", "-5e-13") + cell("H2", "0.707106781186548") + cell("I2", "-1")
-                          + "</row><row r=\"4\" spans=\"1:13\">" + cell("A4", "1.79769313486231e+308") + cell("E4", "1") + cell("G4", "3") + cell("K4", "0.5")
-                          + cell("M4", "2") + "</row><row r=\"5\" spans=\"1:16384\">" + cell("AAA5", "1.79769313486231e+308")
-                          + cell("XFD5", "-1.7976931348623e+308") + "</row></sheetData></worksheet>");
+    EXPECT_EQ(readFile(path()), "<row r=\"1048576\" spans=\"1:702\">" + cell("A1048576", "-7") + cell("ZZ1048576", "-0") + cell("Z9", "1e-05") + cell("AA10", "-2147483648") + "</row><row r=\"2\" spans=\"1:9\">" + cell("B2", "0") + cell("C2", "0") + cell("D2", "1e-12") + cell("F2", "5e-13") + cell("G2", "-5e-13") + cell("H2", "0.707106781186548") + cell("I2", "-1") + "</row><row r=\"4\" spans=\"1:13\">" + cell("A4", "1.79769313486231e+308") + cell("E4", "1") + cell("G4", "3") + cell("K4", "0.5") + cell("M4", "2") + "</row><row r=\"5\" spans=\"1:16384\">" + cell("AAA5", "1.79769313486231e+308") + cell("XFD5", "-1.7976931348623e+308") + "</row></sheetData></worksheet>");
     ASSERT_EQ(file.parts().size(), 1u);
     EXPECT_EQ(file.parts()[0].extent.lastRow, 1048576);
     EXPECT_EQ(file.parts()[0].extent.lastColumn, 16384);
@@ -254,17 +251,18 @@ TEST_F(PartText, SharedStringTable)
 {
     const QString markup = QStringLiteral("R&D <left> \"1\" 'a'");
     const QString international = QStringLiteral("Überkopf – 肩関節 ✓");
-    const QString controls =
-        QString::fromLatin1("a\x01" "b\x1f" "c\td\ne\rf") + QChar(0xFFFE) + QChar(0xFFFF) + QLatin1Char('g');
+    const QString controls = QString::fromLatin1(
+                                 "a\x01"
+                                 "b\x1f"
+                                 "c\td\ne\rf")
+        + QChar(0xFFFE) + QChar(0xFFFF) + QLatin1Char('g');
     const QString frame = QStringLiteral("Frame"), lowerFrame = QStringLiteral("frame"), marker = QStringLiteral("Marker Text");
     cells.setHeaders(file, {frame, lowerFrame, frame});
     cells.writeString(file, 2, 2, lowerFrame);
     cells.writeString(file, 2, 3, marker);
     for (const QString& value : {markup, international, controls})
         cells.writeString(file, 3, 1, value);
-    EXPECT_EQ(text(), "<sheetData><row r=\"1\" spans=\"1:3\">" + stringCell("A1", 0) + stringCell("B1", 1)
-                          + stringCell("C1", 0) + stringCell("B2", 1) + stringCell("C2", 2) + stringCell("A3", 3)
-                          + stringCell("A3", 4) + stringCell("A3", 5));
+    EXPECT_EQ(text(), "<sheetData><row r=\"1\" spans=\"1:3\">" + stringCell("A1", 0) + stringCell("B1", 1) + stringCell("C1", 0) + stringCell("B2", 1) + stringCell("C2", 2) + stringCell("A3", 3) + stringCell("A3", 4) + stringCell("A3", 5));
     EXPECT_EQ(cells.sharedStrings(), QStringList({frame, lowerFrame, marker, markup, international, controls}));
     EXPECT_EQ(cells.stringCellCount(), 8);
 
@@ -273,11 +271,13 @@ TEST_F(PartText, SharedStringTable)
     cells.writeSharedStringTable(table);
     EXPECT_FALSE(table.isOpen());
     EXPECT_EQ(readFile(dir.filePath(QStringLiteral("sharedStrings.xml"))),
-              "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n"
-              "<sst xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\" count=\"8\" uniqueCount=\"6\">"
-              "<si><t>Frame</t></si><si><t>frame</t></si><si><t>Marker Text</t></si>"
-              "<si><t>R&amp;D &lt;left&gt; \"1\" 'a'</t></si><si><t>" + international.toStdString() + "</t></si>"
-              "<si><t>abc\td\ne&#13;fg</t></si></sst>");
+        "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n"
+        "<sst xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\" count=\"8\" uniqueCount=\"6\">"
+        "<si><t>Frame</t></si><si><t>frame</t></si><si><t>Marker Text</t></si>"
+        "<si><t>R&amp;D &lt;left&gt; \"1\" 'a'</t></si><si><t>"
+            + international.toStdString() +
+            "</t></si>"
+            "<si><t>abc\td\ne&#13;fg</t></si></sst>");
 
     cells.reset();
     EXPECT_TRUE(cells.sharedStrings().isEmpty());
@@ -296,9 +296,9 @@ TEST_F(PartText, StringItemsReadBackAsTheText)
     const QString longText = QString(32766, QLatin1Char('a')) + emoji + QStringLiteral("tail");
     const QString exactLength = QString(32765, QLatin1Char('b')) + emoji;
     const QString texts[] = {QStringLiteral(" lead"), QStringLiteral("trail\t"), QStringLiteral("\nboth "),
-                             QStringLiteral("a\r\nb\rc"), QStringLiteral("_x0041_ _X0041_ _x00e9_ _x12G4_ _x004_"),
-                             QStringLiteral("_x0041_x0042__x005F_"), QStringLiteral("in\x01ner \x02"),
-                             longText, exactLength};
+        QStringLiteral("a\r\nb\rc"), QStringLiteral("_x0041_ _X0041_ _x00e9_ _x12G4_ _x004_"),
+        QStringLiteral("_x0041_x0042__x005F_"), QStringLiteral("in\x01ner \x02"),
+        longText, exactLength};
     for (const QString& text : texts)
         cells.writeString(file, 1, 1, text);
     xlsx::PartFile table;
@@ -306,15 +306,19 @@ TEST_F(PartText, StringItemsReadBackAsTheText)
     cells.writeSharedStringTable(table);
     const std::string written = readFile(dir.filePath(QStringLiteral("sharedStrings.xml")));
     const std::string items = written.substr(written.find("<si>"));
-    EXPECT_EQ(items, "<si><t xml:space=\"preserve\"> lead</t></si>"
-                     "<si><t xml:space=\"preserve\">trail\t</t></si>"
-                     "<si><t xml:space=\"preserve\">\nboth </t></si>"
-                     "<si><t>a&#13;\nb&#13;c</t></si>"
-                     "<si><t>_x005F_x0041_ _X0041_ _x005F_x00e9_ _x12G4_ _x004_</t></si>"
-                     "<si><t>_x005F_x0041_x005F_x0042__x005F_x005F_</t></si>"
-                     "<si><t xml:space=\"preserve\">inner </t></si>"
-                     "<si><t>" + std::string(32766, 'a') + "</t></si>"
-                     "<si><t>" + exactLength.toStdString() + "</t></si></sst>");
+    EXPECT_EQ(items,
+        "<si><t xml:space=\"preserve\"> lead</t></si>"
+        "<si><t xml:space=\"preserve\">trail\t</t></si>"
+        "<si><t xml:space=\"preserve\">\nboth </t></si>"
+        "<si><t>a&#13;\nb&#13;c</t></si>"
+        "<si><t>_x005F_x0041_ _X0041_ _x005F_x00e9_ _x12G4_ _x004_</t></si>"
+        "<si><t>_x005F_x0041_x005F_x0042__x005F_x005F_</t></si>"
+        "<si><t xml:space=\"preserve\">inner </t></si>"
+        "<si><t>"
+            + std::string(32766, 'a') +
+            "</t></si>"
+            "<si><t>"
+            + exactLength.toStdString() + "</t></si></sst>");
 }
 
 // Number cells hold what snprintf("%.15g") gives in the C locale, for many kinds of values, also
@@ -324,10 +328,10 @@ TEST_F(PartText, NumberCellsHoldTheCLocalePrintfText)
 {
     ASSERT_STREQ(std::setlocale(LC_NUMERIC, nullptr), "C");
     std::vector<double> values = {0.0, -0.0, 0.1, 1234.5, 1234567.123456789, 1e20, 1e21, 1e-5, 1e15, 1e16,
-                                  123456789012345678.0, 1.0 / 3, -2.5e-300, 9.999999999999995, 9007199254740993.0,
-                                  4.9406564584124654e-320, 2.2250738585072009e-308,
-                                  std::numeric_limits<double>::min(), std::numeric_limits<double>::denorm_min(),
-                                  1.79769313486231e308, -1.79769313486231e308};
+        123456789012345678.0, 1.0 / 3, -2.5e-300, 9.999999999999995, 9007199254740993.0,
+        4.9406564584124654e-320, 2.2250738585072009e-308,
+        std::numeric_limits<double>::min(), std::numeric_limits<double>::denorm_min(),
+        1.79769313486231e308, -1.79769313486231e308};
     for (int i = -100000; i <= 100000; i += 7)
         values.push_back(i);
     std::mt19937_64 random(20260404);
@@ -358,7 +362,7 @@ TEST_F(PartText, NumberCellsHoldTheCLocalePrintfText)
             cells.writeInt(file, row, 1, 1234567 + row);
             const std::string rowNumber = std::to_string(row);
             expected += (row > 1 ? "</row><row r=\"" : "<row r=\"") + rowNumber + "\" spans=\"1:13\">"
-                        + cell("A" + rowNumber, std::to_string(1234567 + row));
+                + cell("A" + rowNumber, std::to_string(1234567 + row));
         }
         cells.writeNumber(file, row, column, values[i]);
         expected += cell(char('@' + column) + std::to_string(row), printed[i]);
@@ -384,7 +388,7 @@ TEST(PartFile, FailuresThrowTheirMessages)
     QTemporaryDir dir;
     xlsx::SheetStream sheet;
     EXPECT_EQ(thrownMessage([&] { sheet.open(dir.filePath(QStringLiteral("missing")), 1); }),
-              "Could not create temporary file " + dir.filePath(QStringLiteral("missing/sheet1.xml")).toStdString());
+        "Could not create temporary file " + dir.filePath(QStringLiteral("missing/sheet1.xml")).toStdString());
     EXPECT_FALSE(sheet.isOpen());
 
     // The device refuses the first full buffer: the cells before it are only buffered.
@@ -393,10 +397,10 @@ TEST(PartFile, FailuresThrowTheirMessages)
     xlsx::createBasic(file, QStringLiteral("/dev/full"));
     std::size_t written = 0;
     EXPECT_EQ(thrownMessage([&] {
-                  for (; written < 1000000; ++written)
-                      cells.writeNumber(sheet, 1, 1, 0.5);
-              }),
-              std::strerror(ENOSPC));
+        for (; written < 1000000; ++written)
+            cells.writeNumber(sheet, 1, 1, 0.5);
+    }),
+        std::strerror(ENOSPC));
     const std::size_t cellSize = cell("A1", "0.5").size();
     EXPECT_LE(written * cellSize, xlsx::PartFile::BufferSize);
     EXPECT_GT(written * cellSize, xlsx::PartFile::BufferSize - 256);
@@ -411,7 +415,7 @@ TEST(PartFile, FailuresThrowTheirMessages)
     ASSERT_NE(archive, nullptr);
     const QByteArray missing = dir.filePath(QStringLiteral("missing.xml")).toUtf8();
     EXPECT_EQ(thrownMessage([&] { xlsx::addFileToZip(archive, "xl/missing.xml", missing.constData()); }),
-              "Could not add file to xlsx");
+        "Could not add file to xlsx");
     zip_close(archive);
 }
 

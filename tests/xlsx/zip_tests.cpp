@@ -49,14 +49,16 @@ Bytes inflateRaw(const Bytes& compressed, std::size_t expectedSize)
 }
 
 // The fields a local header and its central-directory record both carry, in their order.
-struct SharedFields {
+struct SharedFields
+{
     std::uint16_t versionNeeded, flags, method, time, date;
     std::uint32_t crc, compressedSize, uncompressedSize;
     std::uint16_t nameLength, extraLength;
     bool operator==(const SharedFields&) const = default;
 };
 
-struct Entry {
+struct Entry
+{
     SharedFields central, local;
     std::uint16_t versionMadeBy, commentLength;
     std::uint32_t externalAttributes, headerOffset;
@@ -72,7 +74,8 @@ Bytes readFile(const fs::path& path)
     return Bytes(std::istreambuf_iterator<char>(in), {});
 }
 
-struct Reader {
+struct Reader
+{
     const Bytes& bytes;
     std::size_t at;
 
@@ -161,10 +164,11 @@ std::time_t localMoment(int year, int month, int day, int hour, int minute, int 
 std::time_t fromDos(const SharedFields& fields)
 {
     return localMoment((fields.date >> 9) + 1980, (fields.date >> 5) & 0x0F, fields.date & 0x1F, fields.time >> 11,
-                       (fields.time >> 5) & 0x3F, (fields.time & 0x1F) * 2);
+        (fields.time >> 5) & 0x3F, (fields.time & 0x1F) * 2);
 }
 
-struct CommandResult {
+struct CommandResult
+{
     int exitCode;
     std::string output;
 };
@@ -222,7 +226,8 @@ void writeInPieces(zip_t* zip, const Bytes& data)
 }
 
 // Named after the module so that `ctest -R zip` selects these tests.
-class zip_writer : public ::testing::Test {
+class zip_writer : public ::testing::Test
+{
 protected:
     void SetUp() override
     {
@@ -321,9 +326,9 @@ TEST_F(zip_writer, EveryKindOfEntryReadsBackAtEveryLevel)
     const Bytes prefix = "# prefix\n";
     const Bytes dropped = randomBytes(200000, 5);
     Contents expected = {{"xl/a/b.xml", "<?xml version=\"1.0\"?><a/>"},
-                         {"xl/worksheets/sheet1.xml", sheetText(4 << 20)},
-                         {"xl/media/blob.bin", randomBytes(4 << 20, 9)},
-                         {"empty.txt", {}}};
+        {"xl/worksheets/sheet1.xml", sheetText(4 << 20)},
+        {"xl/media/blob.bin", randomBytes(4 << 20, 9)},
+        {"empty.txt", {}}};
     const std::size_t fromMemory = expected.size();
     expected.insert(expected.end(), {{"copied/data.csv", csv}, {"bin/run.sh", prefix + readFile(script)}});
     const fs::path expectedDir = dir / "expected";
@@ -386,12 +391,12 @@ TEST_F(zip_writer, EveryKindOfEntryReadsBackAtEveryLevel)
         EXPECT_EQ(unzip.exitCode, 0) << unzip.output;
         EXPECT_NE(unzip.output.find("No errors detected"), std::string::npos) << unzip.output;
         const CommandResult python = run(std::string(PYTHON3_EXECUTABLE) + " '" ZIP_CHECK_SCRIPT "' '"
-                                         + path.string() + "' '" + expectedDir.string() + "'");
+            + path.string() + "' '" + expectedDir.string() + "'");
         ASSERT_EQ(python.exitCode, 0) << python.output;
         // 0444 and 0755 are ORed into 0644; the read-only file also gets the DOS read-only bit.
         const std::string method = level == 0 ? " 0 " : " 8 ";
         for (const std::string& line : {"copied/data.csv" + method + "2021-06-15T13:45:30 81a40001\n",
-                                       "bin/run.sh" + method + "2021-06-15T14:45:30 81ed0000\n"})
+                 "bin/run.sh" + method + "2021-06-15T14:45:30 81ed0000\n"})
             EXPECT_NE(python.output.find(line), std::string::npos) << line << python.output;
     }
 
