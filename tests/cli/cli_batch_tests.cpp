@@ -43,18 +43,15 @@ QByteArray gzipped(const QByteArray& bytes)
 // the document properties with their creation time aside; read with Python's zipfile.
 QString differingEntries(const QString& first, const QString& second)
 {
-    QProcess python;
-    python.start(QStringLiteral("/usr/bin/python3"),
-        {"-c",
-            "import sys, zipfile\n"
-            "a, b = (zipfile.ZipFile(p) for p in sys.argv[1:])\n"
-            "names = (set(a.namelist()) | set(b.namelist())) - {'docProps/core.xml'}\n"
-            "print(' '.join(sorted(n for n in names if n not in a.namelist() or n not in b.namelist()"
-            " or a.read(n) != b.read(n))))\n",
-            first, second});
-    EXPECT_TRUE(python.waitForFinished(60000));
-    EXPECT_EQ(python.exitCode(), 0) << python.readAllStandardError().toStdString();
-    return QString::fromUtf8(python.readAllStandardOutput()).trimmed();
+    const PythonRun python = runPython({"-c",
+        "import sys, zipfile\n"
+        "a, b = (zipfile.ZipFile(p) for p in sys.argv[1:])\n"
+        "names = (set(a.namelist()) | set(b.namelist())) - {'docProps/core.xml'}\n"
+        "print(' '.join(sorted(n for n in names if n not in a.namelist() or n not in b.namelist()"
+        " or a.read(n) != b.read(n))))\n",
+        first, second});
+    EXPECT_TRUE(python.ok) << python.err.toStdString();
+    return QString::fromUtf8(python.out).trimmed();
 }
 
 } // namespace
@@ -140,21 +137,19 @@ TEST(CliBatch, SummaryCountsWhatTheWorkbookHolds)
     // that wrote it: a sheet carried on past the row limit, and a title that only looks like
     // a continuation.
     CliWorkspace space;
-    QProcess python;
-    python.start(QStringLiteral("/usr/bin/python3"),
-        {"-c",
-            "import sys, zipfile\n"
-            "titles = ['General Information', 'External Data', 'External Data 2', 'Trial 2']\n"
-            "extents = ['A1:B6', 'A1:F1048576', 'A1:F7', 'A1']\n"
-            "with zipfile.ZipFile(sys.argv[1], 'w', zipfile.ZIP_DEFLATED) as z:\n"
-            "    z.writestr('xl/workbook.xml', '<workbook><sheets>' + ''.join(\n"
-            "        '<sheet name=\"%s\" sheetId=\"%d\"/>' % (t, i + 1) for i, t in enumerate(titles))"
-            " + '</sheets></workbook>')\n"
-            "    for i, e in enumerate(extents):\n"
-            "        z.writestr('xl/worksheets/sheet%d.xml' % (i + 1), '<worksheet><dimension ref=\"%s\"/>' % e"
-            " + '<sheetData/>' * 5000 + '</worksheet>')\n",
-            space.path("made.xlsx")});
-    ASSERT_TRUE(python.waitForFinished(60000) && python.exitCode() == 0) << python.readAllStandardError().toStdString();
+    const PythonRun python = runPython({"-c",
+        "import sys, zipfile\n"
+        "titles = ['General Information', 'External Data', 'External Data 2', 'Trial 2']\n"
+        "extents = ['A1:B6', 'A1:F1048576', 'A1:F7', 'A1']\n"
+        "with zipfile.ZipFile(sys.argv[1], 'w', zipfile.ZIP_DEFLATED) as z:\n"
+        "    z.writestr('xl/workbook.xml', '<workbook><sheets>' + ''.join(\n"
+        "        '<sheet name=\"%s\" sheetId=\"%d\"/>' % (t, i + 1) for i, t in enumerate(titles))"
+        " + '</sheets></workbook>')\n"
+        "    for i, e in enumerate(extents):\n"
+        "        z.writestr('xl/worksheets/sheet%d.xml' % (i + 1), '<worksheet><dimension ref=\"%s\"/>' % e"
+        " + '<sheetData/>' * 5000 + '</worksheet>')\n",
+        space.path("made.xlsx")});
+    ASSERT_TRUE(python.ok) << python.err.toStdString();
 
     const std::optional<WorkbookSummary> summary = summarizeWorkbook(space.path("made.xlsx"));
     ASSERT_TRUE(summary);

@@ -4,7 +4,6 @@
 #include "clirunner.h"
 
 #include <QRegularExpression>
-#include <QStandardPaths>
 
 namespace {
 
@@ -151,29 +150,4 @@ TEST(CliGenerated, SheetsAndSettingsInEffect)
     const QRegularExpressionMatch match = summary.match(run.out);
     ASSERT_TRUE(match.hasMatch()) << run.out.toStdString();
     EXPECT_EQ(match.captured(1).remove(u',').toLongLong(), QFileInfo(space.path("few.xlsx")).size());
-}
-
-TEST(CliGenerated, ProgressShownOnlyOnATerminal)
-{
-    const QString script = QStandardPaths::findExecutable(QStringLiteral("script"));
-    if (script.isEmpty())
-        GTEST_SKIP() << "no script(1) to give the program a terminal";
-
-    CliWorkspace space;
-    const auto onTerminal = [&](const QString& options) {
-        QProcess process;
-        const QString command = QStringLiteral("'%1' %2 --synthetic 6000 tty.xlsx").arg(cliProgram(), options);
-        space.start(process, {"-qec", command, "/dev/null"}, QStringLiteral("C.UTF-8"), script);
-        EXPECT_TRUE(process.waitForFinished(60000));
-        EXPECT_EQ(process.exitCode(), 0);
-        return QString::fromLocal8Bit(process.readAllStandardOutput());
-    };
-    const QString shown = onTerminal(QString());
-    EXPECT_TRUE(QRegularExpression("\r\x1b\\[K[0-9]+/6000 frames").match(shown).hasMatch()) << shown.toStdString();
-    // The frames' time left never claims to cover the packaging, which has a phase of its own.
-    EXPECT_FALSE(QRegularExpression(" left(?! for the frames, then packaging)").match(shown).hasMatch()) << shown.toStdString();
-    EXPECT_TRUE(shown.contains("\r\x1b[Kpackaging the workbook, 0:")) << shown.toStdString();
-    // The status line is cleared before the summary line.
-    EXPECT_TRUE(shown.contains("\r\x1b[Kwrote \"tty.xlsx\": 6,000 of 6,000 frames")) << shown.toStdString();
-    EXPECT_TRUE(onTerminal(QStringLiteral("--quiet")).isEmpty());
 }

@@ -133,11 +133,9 @@ for name in a.namelist():
     if name != "docProps/core.xml" and a.read(name) != b.read(name):
         print("differs:", name)
 )";
-    QProcess python;
-    python.start(QStringLiteral("/usr/bin/python3"), {"-c", compare, space.path("builtin.xlsx"), space.path("fromfile.xlsx")});
-    ASSERT_TRUE(python.waitForFinished(60000));
-    EXPECT_EQ(python.exitCode(), 0) << python.readAllStandardError().toStdString();
-    EXPECT_EQ(python.readAllStandardOutput().toStdString(), "");
+    const PythonRun python = runPython({"-c", compare, space.path("builtin.xlsx"), space.path("fromfile.xlsx")});
+    EXPECT_TRUE(python.ok) << python.err.toStdString();
+    EXPECT_EQ(python.out.toStdString(), "");
 
     const CliResult unwritable = space.run({"--write-demo", "missing/demo.json"});
     EXPECT_EQ(unwritable.exitCode, 1);

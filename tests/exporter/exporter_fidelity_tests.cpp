@@ -1,6 +1,6 @@
-// A workbook holding every case that clients used to read wrongly, read back by openpyxl in
-// normal and read-only mode and by LibreOffice: each of them must see every cell the recording
-// holds, with the same value and text.
+// A workbook holding every case that clients used to read wrongly, and finger tracking's wide
+// sheets, read back by openpyxl in normal and read-only mode and by LibreOffice: each of them
+// must see every cell the recording holds, with the same value and text.
 
 #include "exporttestsupport.h"
 
@@ -52,14 +52,12 @@ QJsonObject withLineFeeds(QJsonObject cells)
 
 std::optional<ReadBack> readWithClients(const QString& path, const QString& scratch)
 {
-    QProcess python;
-    python.start(QStringLiteral("/usr/bin/python3"),
-        {QStringLiteral(TAVI_SOURCE_DIR "/tests/support/workbook_readers.py"), path, scratch});
-    if (!python.waitForFinished(600000) || python.exitCode() != 0) {
-        ADD_FAILURE() << python.readAllStandardError().toStdString();
+    const PythonRun python = runSupportScript(QStringLiteral("workbook_readers.py"), {path, scratch}, 600000);
+    if (!python.ok) {
+        ADD_FAILURE() << python.err.toStdString();
         return std::nullopt;
     }
-    const QJsonObject root = QJsonDocument::fromJson(python.readAllStandardOutput()).object();
+    const QJsonObject root = QJsonDocument::fromJson(python.out).object();
     return ReadBack{root.value(QStringLiteral("readers")).toObject(), root.value(QStringLiteral("sheets")).toArray()};
 }
 
@@ -68,6 +66,7 @@ std::optional<ReadBack> readWithClients(const QString& path, const QString& scra
 TEST_F(ExportTest, EveryClientReadsEveryCell)
 {
     Options o;
+    o.fingerTracking = true;
     o.channelRates = std::vector<int>(Channels, 2400);
     o.frameRate = 240;
     o.rawSamplesPerFrame = SamplesPerFrame;
@@ -157,7 +156,7 @@ TEST_F(ExportTest, EveryClientReadsEveryCell)
     EXPECT_EQ(position[QStringLiteral("H4")].toDouble(), 0.5);
     EXPECT_EQ(position[QStringLiteral("J4")].toDouble(), 2.5);
     EXPECT_EQ(position[QStringLiteral("K4")].toDouble(), vectorValue(6, 3, Pos)[0]);
-    EXPECT_EQ(position.size(), 70 + 4 * 70 - 2);
+    EXPECT_EQ(position.size(), (70 + 120) * 5 - 2);
 
     // External Data: its rows over three sheets, headers repeated, frame and sample numbers
     // running on, every channel's value in every row.

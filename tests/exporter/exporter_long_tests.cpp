@@ -38,12 +38,9 @@ TEST_F(ExportTest, ExternalDataPastTheRowLimitContinuesWithoutLosingARow)
         EXPECT_EQ(exporter.continuationSheets(), QStringList({"External Data 2"}));
     }
 
-    QProcess python;
-    python.start(QStringLiteral("/usr/bin/python3"),
-        {QStringLiteral(TAVI_SOURCE_DIR "/tests/exporter/continued_sheet_check.py"), target()});
-    ASSERT_TRUE(python.waitForFinished(1800000));
-    ASSERT_EQ(python.exitCode(), 0) << python.readAllStandardError().toStdString();
-    const QJsonObject result = QJsonDocument::fromJson(python.readAllStandardOutput()).object();
+    const PythonRun python = runPython({QStringLiteral(TAVI_SOURCE_DIR "/tests/exporter/continued_sheet_check.py"), target()}, 1800000);
+    ASSERT_TRUE(python.ok) << python.err.toStdString();
+    const QJsonObject result = QJsonDocument::fromJson(python.out).object();
     const QJsonArray sheets = result[QStringLiteral("sheets")].toArray();
     ASSERT_EQ(sheets.size(), 2);
     const int totalRows = Frames * RowsPerFrame;

@@ -1,51 +1,41 @@
-#include "abstracttavistudioplugininterface.h"
 #include "headerlists.h"
+#include "recordinghost.h"
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <initializer_list>
-#include <memory>
 #include <optional>
 
 namespace {
 
-// A host that reports a T-pose of a chosen segment count, optional finger tracking with
-// named segments and joint records, and external channels.
-class FakeHost : public AbstractTaviStudioPluginInterface
+// The recording host serving a T-pose of the given segment count, the channels and the
+// finger-tracking names given.
+RecordingHost hostWith(std::optional<int> tPoseSegments, const QStringList& channels = {},
+    std::optional<FingerTrackingNames> fingers = std::nullopt)
 {
-public:
-    std::optional<int> tPoseSegments;
-    bool fingerSegmentsNamed[ZtHandCount] = {false, false};
-    std::array<ZtArray<BkeJointInfo>, ZtHandCount> jointRecords;
-    QStringList channels;
+    Recording rec;
+    rec.tPoseSegmentCount = tPoseSegments;
+    for (const QString& name : channels)
+        rec.externalChannels.append({name, std::nullopt});
+    rec.fingerTracking = std::move(fingers);
+    return RecordingHost(std::move(rec));
+}
 
-    TaviPoseObject tPose() const override
-    {
-        if (!tPoseSegments)
-            return TaviPoseObject();
-        TaviPose pose;
-        pose.segments.resize(*tPoseSegments);
-        return TaviPoseObject(std::make_shared<ConcreteTaviPose>(pose));
+QString handName(ZtHandId hand) { return hand == ZtHandLeft ? "Left" : "Right"; }
+
+// Segments named hand + "Finger" + i, and 19 joints named "x" + hand + "Joint" + k (giving the
+// labels hand + " Joint" + k), for the hands given.
+FingerTrackingNames fingerNames(std::initializer_list<ZtHandId> hands)
+{
+    FingerTrackingNames names;
+    for (const ZtHandId hand : hands) {
+        for (int i = 0; i < 20; ++i)
+            names.segmentNames[hand] << handName(hand) + QStringLiteral("Finger%1").arg(i);
+        for (int k = 0; k < 19; ++k)
+            names.jointNames[hand] << QStringLiteral("x%1Joint%2").arg(handName(hand)).arg(k);
     }
-
-    QString fingerTrackingSegmentName(ZtHandId hand, int segment) const override
-    {
-        return fingerSegmentsNamed[hand] ? handName(hand) + QStringLiteral("Finger%1").arg(segment) : QString();
-    }
-    static QString handName(ZtHandId hand) { return hand == ZtHandLeft ? "Left" : "Right"; }
-
-    ZtArray<BkeJointInfo> fingerTrackingJointInfoList(ZtHandId hand) const override { return jointRecords[hand]; }
-    QStringList externalChannelNames() const override { return channels; }
-
-    std::unique_ptr<TaviPoseObject> pose(int) const override { return nullptr; }
-    QString applicationVersion() const override { return QStringLiteral("test host"); }
-    AbstractSettingsSynchronizer* createSettingsSynchronizer(const QMap<QString, QVariant>&,
-        const QMap<QString, QString>&, QObject*) override
-    {
-        return nullptr;
-    }
-};
+    return names;
+}
 
 void appendHeaders(QStringList& list, const QString& name, std::initializer_list<const char*> suffixes)
 {
@@ -139,10 +129,7 @@ TEST(HeaderLists, PropColumnsFollowTheTPoseSegmentCountAndTheRestIsFixed)
         {std::nullopt, 4}, {0, 4}, {22, 4}, {28, 4}};
     for (const auto& [tPoseSegments, props] : cases) {
         SCOPED_TRACE(tPoseSegments.value_or(-1));
-        FakeHost host;
-        host.tPoseSegments = tPoseSegments;
-        host.channels = channels;
-        const HeaderLists lists = buildHeaderLists(host);
+        const HeaderLists lists = buildHeaderLists(hostWith(tPoseSegments, channels));
         EXPECT_EQ(lists.segment, fullSegmentList.first(70 + 3 * props));
         EXPECT_EQ(lists.quaternion, fullQuaternionList.first(93 + 4 * props));
         EXPECT_EQ(lists.joint, fullJointList.first(67 + 3 * props));
@@ -156,31 +143,18 @@ TEST(HeaderLists, PropColumnsFollowTheTPoseSegmentCountAndTheRestIsFixed)
     }
 }
 
-// 19 records named "x" + hand + "Joint" + index, giving the labels hand + " Joint" + index.
-ZtArray<BkeJointInfo> jointRecords(const char* hand)
-{
-    ZtArray<BkeJointInfo> records;
-    for (int i = 0; i < 19; ++i)
-        records.append(BkeJointInfo{ZtString{std::string("x") + hand + "Joint" + std::to_string(i)}});
-    return records;
-}
-
 TEST(FingerTrackingHeaders, EachHandAppendsItsColumnsAfterTheBody)
 {
     for (const auto& [tPoseSegments, props] : {std::pair{23, 0}, std::pair{27, 4}}) {
         SCOPED_TRACE(tPoseSegments);
-        FakeHost host;
-        host.tPoseSegments = tPoseSegments;
-        host.fingerSegmentsNamed[ZtHandLeft] = host.fingerSegmentsNamed[ZtHandRight] = true;
-        host.jointRecords = {jointRecords("Left"), jointRecords("Right")};
-        const HeaderLists lists = buildHeaderLists(host);
+        const HeaderLists lists = buildHeaderLists(hostWith(tPoseSegments, {}, fingerNames({ZtHandLeft, ZtHandRight})));
 
         const QStringList bodySegment = fullSegmentList.first(70 + 3 * props);
         QStringList segment = bodySegment;
         QStringList quaternion = fullQuaternionList.first(93 + 4 * props);
         QStringList joint = fullJointList.first(67 + 3 * props);
         for (const ZtHandId hand : {ZtHandLeft, ZtHandRight}) {
-            const QString name = FakeHost::handName(hand);
+            const QString name = handName(hand);
             for (int i = 0; i < 20; ++i) {
                 appendHeaders(segment, name + QStringLiteral("Finger%1").arg(i), {"x", "y", "z"});
                 appendHeaders(quaternion, name + QStringLiteral("Finger%1").arg(i), {"q0", "q1", "q2", "q3"});
@@ -219,24 +193,19 @@ TEST(FingerTrackingHeaders, EachHandAppendsItsColumnsAfterTheBody)
 
 TEST(FingerTrackingHeaders, SecondHandDecidesAndMissingRecordsGiveEmptyLabels)
 {
-    FakeHost leftOnly;
-    leftOnly.tPoseSegments = 27;
-    leftOnly.fingerSegmentsNamed[ZtHandLeft] = true;
-    leftOnly.jointRecords[ZtHandLeft] = jointRecords("Left");
-    const HeaderLists withoutFingers = buildHeaderLists(leftOnly);
+    const HeaderLists withoutFingers = buildHeaderLists(hostWith(27, {}, fingerNames({ZtHandLeft})));
     EXPECT_FALSE(withoutFingers.hasFingerTracking);
     EXPECT_EQ(withoutFingers.segment, fullSegmentList);
     EXPECT_EQ(withoutFingers.quaternion, fullQuaternionList);
     EXPECT_EQ(withoutFingers.joint, fullJointList);
 
     // One UTF-8 record for the left hand, none for the right.
-    FakeHost host;
-    host.tPoseSegments = 27;
-    host.fingerSegmentsNamed[ZtHandLeft] = host.fingerSegmentsNamed[ZtHandRight] = true;
-    host.jointRecords[ZtHandLeft] = {BkeJointInfo{ZtString{
+    FingerTrackingNames names = fingerNames({ZtHandLeft, ZtHandRight});
+    names.jointNames[ZtHandLeft] = QStringList{QString::fromUtf8(
         "jMittel\xc3\x96"
-        "ffnung"}}};
-    const HeaderLists lists = buildHeaderLists(host);
+        "ffnung")};
+    names.jointNames[ZtHandRight].clear();
+    const HeaderLists lists = buildHeaderLists(hostWith(27, {}, names));
     ASSERT_EQ(lists.joint.size(), 79 + 114);
     EXPECT_EQ(lists.joint[79], QString::fromUtf8("Mittel \xc3\x96"
                                                  "ffnung Abduction/Adduction"));

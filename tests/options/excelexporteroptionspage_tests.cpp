@@ -1,7 +1,8 @@
 #include "excelexporteroptionspage.h"
 
-#include "abstractsettingssynchronizer.h"
+#include "sheetcatalogue.h"
 
+#include "fakesettings.h"
 #include "widgetapplication.h"
 
 #include <QCheckBox>
@@ -17,73 +18,19 @@
 
 #include <array>
 #include <memory>
+#include <set>
 #include <utility>
-#include <vector>
 
 namespace {
-
-// Every check box of the page with its title and grid cell, as the page is meant to look.
-struct ExpectedBox
-{
-    const char* key;
-    const char* title;
-    int row;
-    int column;
-};
-const ExpectedBox expectedBoxes[] = {
-    {"generalInfo", "General Information", 1, 0},
-    {"markers", "Markers", 1, 1},
-    {"segmentOriQuat", "Segment Orientation - Quat", 3, 0},
-    {"segmentOriEuler", "Segment Orientation - Euler", 3, 1},
-    {"segmentPos", "Segment Position", 4, 0},
-    {"segmentAngVel", "Segment Angular Velocity", 4, 1},
-    {"segmentVel", "Segment Velocity", 5, 0},
-    {"segmentAngAcc", "Segment Angular Acceleration", 5, 1},
-    {"segmentAcc", "Segment Acceleration", 6, 0},
-    {"centerOfMass", "Center of Mass", 6, 1},
-    {"globalPosition", "Global Position", 7, 0},
-    {"externalData", "External Data", 7, 1},
-    {"jointAngles", "Joint Angles ZXY", 9, 0},
-    {"jointAnglesXZY", "Joint Angles XZY", 9, 1},
-    {"ergJointAngles", "Ergonomic Joint Angles ZXY", 10, 0},
-    {"ergJointAnglesXZY", "Ergonomic Joint Angles XZY", 10, 1},
-    {"sensorOri", "Sensor Orientation - Quat", 12, 0},
-    {"sensorOriEuler", "Sensor Orientation - Euler", 12, 1},
-    {"sensorFreeAcc", "Sensor Free Acceleration", 13, 0},
-    {"sensorMagField", "Sensor Magnetic Field", 13, 1},
-};
 
 // "frameSkip" 0 and every sheet key set to `sheets`.
 QMap<QString, QVariant> storedValues(bool sheets)
 {
     QMap<QString, QVariant> values{{QStringLiteral("frameSkip"), QVariant(0)}};
-    for (const ExpectedBox& box : expectedBoxes)
-        values.insert(QString::fromLatin1(box.key), QVariant(sheets));
+    for (const SheetEntry& entry : sheetCatalogue)
+        values.insert(QString::fromLatin1(entry.key), QVariant(sheets));
     return values;
 }
-
-using Writes = std::vector<std::pair<QString, QVariant>>;
-
-// Answers the stored values, and logs every write in order.
-class RecordingSynchronizer : public AbstractSettingsSynchronizer
-{
-public:
-    explicit RecordingSynchronizer(QMap<QString, QVariant> values = storedValues(true))
-        : m_values(std::move(values))
-    { }
-
-    QVariant value(const QString& key) const override { return m_values.value(key); }
-    void setValue(const QString& key, const QVariant& value) override
-    {
-        m_values.insert(key, value);
-        writes.emplace_back(key, value);
-    }
-
-    Writes writes;
-
-private:
-    QMap<QString, QVariant> m_values;
-};
 
 // Row, column, row span and column span of a grid item.
 std::array<int, 4> cellOf(QGridLayout* grid, int index)
@@ -105,13 +52,13 @@ QComboBox* frameSkipBox(QWidget* page)
 
 // apply() writes an int "frameSkip" first, then every sheet key in ascending order as a bool:
 // `usual`, or its opposite for the keys in `exceptions`.
-void expectApplied(const Writes& writes, int frameSkip, bool usual, const QStringList& exceptions = {})
+void expectApplied(const FakeSettings::Writes& writes, int frameSkip, bool usual, const QStringList& exceptions = {})
 {
     QStringList keys;
-    for (const ExpectedBox& box : expectedBoxes)
-        keys << QString::fromLatin1(box.key);
+    for (const SheetEntry& entry : sheetCatalogue)
+        keys << QString::fromLatin1(entry.key);
     keys.sort();
-    Writes expected{{QStringLiteral("frameSkip"), QVariant(frameSkip)}};
+    FakeSettings::Writes expected{{QStringLiteral("frameSkip"), QVariant(frameSkip)}};
     for (const QString& key : keys)
         expected.emplace_back(key, QVariant(exceptions.contains(key) ? !usual : usual));
     EXPECT_EQ(writes, expected);
@@ -122,20 +69,18 @@ void expectApplied(const Writes& writes, int frameSkip, bool usual, const QStrin
 class OptionsPageTest : public ::testing::Test
 {
 protected:
-    RecordingSynchronizer store;
+    FakeSettings store{storedValues(true)};
     ExcelExporterOptionsPage page{&store, nullptr};
     QWidget parent;
 };
 
-TEST_F(OptionsPageTest, LaysOutTheGridCellByCell)
+TEST_F(OptionsPageTest, LaysOutOneBoxPerSheetInTwoColumnsBelowTheFrameSkip)
 {
     QWidget* widget = page.createPage(&parent);
     ASSERT_NE(widget, nullptr);
     EXPECT_EQ(widget->parentWidget(), &parent);
     auto* grid = qobject_cast<QGridLayout*>(widget->layout());
     ASSERT_NE(grid, nullptr);
-    // Label and combo box, 20 check boxes, 4 spacers: nothing else.
-    EXPECT_EQ(grid->count(), 26);
 
     QComboBox* combo = frameSkipBox(widget);
     ASSERT_NE(combo, nullptr);
@@ -144,29 +89,51 @@ TEST_F(OptionsPageTest, LaysOutTheGridCellByCell)
     ASSERT_NE(label, nullptr);
     EXPECT_EQ(label->text(), "Exporter frame skip (for downsampling)");
     EXPECT_EQ(label->buddy(), combo);
-    EXPECT_EQ(cellOf(grid, grid->indexOf(label)), (std::array{0, 0, 1, 1}));
 
-    for (const ExpectedBox& expected : expectedBoxes) {
-        SCOPED_TRACE(expected.key);
-        QCheckBox* box = checkBox(widget, expected.key);
+    // Every sheet has its box, titled as its tab, in a cell of its own in either column.
+    std::set<std::pair<int, int>> taken;
+    int lastBoxRow = 0;
+    for (const SheetEntry& entry : sheetCatalogue) {
+        SCOPED_TRACE(entry.key);
+        QCheckBox* box = checkBox(widget, entry.key);
         ASSERT_NE(box, nullptr);
-        EXPECT_EQ(box->text(), expected.title);
-        EXPECT_EQ(cellOf(grid, grid->indexOf(box)), (std::array{expected.row, expected.column, 1, 1}));
+        EXPECT_EQ(box->text(), entry.title);
+        const std::array<int, 4> cell = cellOf(grid, grid->indexOf(box));
+        EXPECT_GE(cell[0], 1);
+        EXPECT_LE(cell[1], 1);
+        EXPECT_EQ(cell[2] * cell[3], 1);
+        EXPECT_TRUE(taken.insert({cell[0], cell[1]}).second);
+        lastBoxRow = std::max(lastBoxRow, cell[0]);
     }
-    EXPECT_EQ(widget->findChildren<QCheckBox*>().size(), static_cast<qsizetype>(std::size(expectedBoxes)));
+    EXPECT_EQ(widget->findChildren<QCheckBox*>().size(), static_cast<qsizetype>(sheetCatalogue.size()));
 
-    // The group gaps span two rows of column 0; the last spacer pushes the content up.
-    std::vector<std::array<int, 4>> spacerCells;
+    // Fixed gaps between the groups of boxes, and one filler below them that takes the
+    // remaining height; nothing else.
+    int gaps = 0;
+    int fillers = 0;
     for (int index = 0; index < grid->count(); ++index) {
-        if (QSpacerItem* spacer = grid->itemAt(index)->spacerItem()) {
-            spacerCells.push_back(cellOf(grid, index));
-            const bool filler = spacerCells.back()[0] == 14;
-            EXPECT_EQ(spacer->sizeHint(), QSize(10, filler ? 0 : 24));
-            EXPECT_EQ(spacer->sizePolicy().horizontalPolicy(), QSizePolicy::Minimum);
-            EXPECT_EQ(spacer->sizePolicy().verticalPolicy(), filler ? QSizePolicy::Expanding : QSizePolicy::Fixed);
+        QSpacerItem* spacer = grid->itemAt(index)->spacerItem();
+        if (!spacer)
+            continue;
+        const std::array<int, 4> cell = cellOf(grid, index);
+        const bool filler = spacer->sizePolicy().verticalPolicy() == QSizePolicy::Expanding;
+        EXPECT_EQ(spacer->sizeHint(), QSize(10, filler ? 0 : 24));
+        EXPECT_EQ(spacer->sizePolicy().horizontalPolicy(), QSizePolicy::Minimum);
+        if (filler) {
+            ++fillers;
+            EXPECT_EQ(cell[0], lastBoxRow + 1);
+        } else {
+            // A gap is an empty row between boxes, its spacer reaching into the next row.
+            ++gaps;
+            EXPECT_EQ(cell, (std::array{cell[0], 0, 2, 1}));
+            EXPECT_GT(cell[0], 1);
+            EXPECT_LT(cell[0], lastBoxRow);
+            EXPECT_FALSE(taken.count({cell[0], 0}) || taken.count({cell[0], 1})) << cell[0];
         }
     }
-    EXPECT_EQ(spacerCells, (std::vector<std::array<int, 4>>{{2, 0, 2, 1}, {8, 0, 2, 1}, {11, 0, 2, 1}, {14, 0, 1, 1}}));
+    EXPECT_EQ(gaps, 3);
+    EXPECT_EQ(fillers, 1);
+    EXPECT_EQ(grid->count(), 2 + int(sheetCatalogue.size()) + gaps + fillers);
 }
 
 TEST_F(OptionsPageTest, FrameSkipIsChosenByIndexAndTheLatestPageIsApplied)
@@ -222,14 +189,14 @@ TEST_F(OptionsPageTest, OnlyTheFrameSkipReportsAChangeAndApplyWritesEveryKey)
 
 TEST_F(OptionsPageTest, GeneralInformationStaysTickedWhenEverythingIsStoredOff)
 {
-    RecordingSynchronizer offStore(storedValues(false));
+    FakeSettings offStore(storedValues(false));
     ExcelExporterOptionsPage offPage(&offStore, nullptr);
     QWidget* widget = offPage.createPage(&parent);
-    for (const ExpectedBox& expected : expectedBoxes) {
-        QCheckBox* box = checkBox(widget, expected.key);
-        const bool generalInfo = QByteArray(expected.key) == "generalInfo";
-        EXPECT_EQ(box->isChecked(), generalInfo) << expected.key;
-        EXPECT_EQ(box->isEnabled(), !generalInfo) << expected.key;
+    for (const SheetEntry& entry : sheetCatalogue) {
+        QCheckBox* box = checkBox(widget, entry.key);
+        const bool generalInfo = entry.id == SheetId::GeneralInfo;
+        EXPECT_EQ(box->isChecked(), generalInfo) << entry.key;
+        EXPECT_EQ(box->isEnabled(), !generalInfo) << entry.key;
     }
 
     offPage.apply();
@@ -267,8 +234,8 @@ TEST_F(OptionsPageTest, IdentityStaysPlainWhileTextsTranslateInThePageContext)
 
     const QString context = QStringLiteral("ExcelExporterOptionsPage|");
     EXPECT_EQ(widget->findChild<QLabel*>()->text(), context + "Exporter frame skip (for downsampling)");
-    for (const ExpectedBox& expected : expectedBoxes)
-        EXPECT_EQ(checkBox(widget, expected.key)->text(), context + expected.title);
+    for (const SheetEntry& entry : sheetCatalogue)
+        EXPECT_EQ(checkBox(widget, entry.key)->text(), context + entry.title);
 }
 
 } // namespace

@@ -3,7 +3,9 @@
 
 #include "excelexporteroptionspage.h"
 
-#include "abstractsettingssynchronizer.h"
+#include "exportsettings.h"
+
+#include "fakesettings.h"
 
 #include <QApplication>
 #include <QImage>
@@ -13,21 +15,6 @@
 #include <QWidget>
 
 #include <memory>
-
-namespace {
-
-// The values a fresh installation registers: every frame, every worksheet.
-class FreshSettings : public AbstractSettingsSynchronizer
-{
-public:
-    QVariant value(const QString& key) const override
-    {
-        return key == QLatin1String("frameSkip") ? QVariant(0) : QVariant(true);
-    }
-    void setValue(const QString&, const QVariant&) override { }
-};
-
-} // namespace
 
 int main(int argc, char* argv[])
 {
@@ -40,7 +27,8 @@ int main(int argc, char* argv[])
     }
     QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
 
-    FreshSettings settings;
+    // The values a fresh installation registers: every frame, every worksheet.
+    FakeSettings settings(exportSettingDefaults());
     ExcelExporterOptionsPage page(&settings, nullptr);
     std::unique_ptr<QWidget> widget(page.createPage(nullptr));
     widget->resize(widget->sizeHint().expandedTo(QSize(560, 0)));

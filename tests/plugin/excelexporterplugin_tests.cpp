@@ -4,10 +4,11 @@
 #include "abstractoptionspage.h"
 #include "abstractplugin.h"
 #include "abstractsettingssynchronizer.h"
-#include "abstracttavistudioplugininterface.h"
 #include "sheetcatalogue.h"
-#include "taviPose.h"
 
+#include "fakesettings.h"
+#include "python.h"
+#include "testrecording.h"
 #include "widgetapplication.h"
 
 #include <QCheckBox>
@@ -15,7 +16,6 @@
 #include <QJsonObject>
 #include <QLabel>
 #include <QPluginLoader>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <QTranslator>
 #include <QWidget>
@@ -23,49 +23,17 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <utility>
 
 namespace {
 
-// Answers the registered defaults until a key is written.
-class MapSynchronizer : public AbstractSettingsSynchronizer
+// The host the plug-in meets: ten frames of the test recording, no external channels; the
+// settings registration is logged.
+class RegisteringHost : public RecordingHost
 {
 public:
-    explicit MapSynchronizer(QMap<QString, QVariant> defaults)
-        : m_values(std::move(defaults))
+    RegisteringHost()
+        : RecordingHost(testrec::makeRecording({}))
     { }
-    QVariant value(const QString& key) const override { return m_values.value(key); }
-    void setValue(const QString& key, const QVariant& value) override { m_values.insert(key, value); }
-
-private:
-    QMap<QString, QVariant> m_values;
-};
-
-// Five frames of a 23-segment body standing still, and the registration the plug-in makes.
-class FakeHost : public AbstractTaviStudioPluginInterface
-{
-public:
-    int frameCount() const override { return 5; }
-    int lastFrame() const override { return 4; }
-    double frameRate() const override { return 60.0; }
-    QString filename() const override { return QStringLiteral("walk.rec"); }
-
-    std::unique_ptr<TaviPoseObject> pose(int) const override
-    {
-        const ZtVector zero{0.0, 0.0, 0.0};
-        const ZtQuaternion identity{1.0, 0.0, 0.0, 0.0};
-        TaviPose pose;
-        pose.segments.assign(23, TaviPose::Segment{identity, {0.0, 0.0, 1.0}, zero, zero, zero, zero, identity, zero, {1.0, 0.0, 0.0}});
-        pose.jointAngleList.assign(22, zero);
-        pose.jointAngleXzyList = pose.jointAngleList;
-        pose.ergoJointAngles.fill(zero);
-        pose.ergoJointAnglesXzy = pose.ergoJointAngles;
-        pose.comPos = pose.comVel = pose.comAcc = zero;
-        pose.globalPos = {52.0, 4.0, 0.0};
-        return std::make_unique<TaviPoseObject>(std::make_shared<const ConcreteTaviPose>(std::move(pose)));
-    }
-
-    QString applicationVersion() const override { return QStringLiteral("test host 1.0"); }
 
     AbstractSettingsSynchronizer* createSettingsSynchronizer(const QMap<QString, QVariant>& defaults,
         const QMap<QString, QString>& descriptions,
@@ -75,7 +43,7 @@ public:
         registeredDefaults = defaults;
         registeredDescriptions = descriptions;
         registeredOwner = owner;
-        createdSynchronizer = new MapSynchronizer(defaults);
+        createdSynchronizer = new FakeSettings(defaults);
         return createdSynchronizer;
     }
 
@@ -104,7 +72,7 @@ protected:
     QPluginLoader loader;
     QObject* instance = nullptr;
     AbstractExporterFactory* factory = nullptr;
-    FakeHost host;
+    RegisteringHost host;
 };
 
 TEST_F(PluginTest, MetadataInstanceAndIdentity)
@@ -226,24 +194,21 @@ TEST_F(PluginTest, ExportsAWorkbookThroughTheFactory)
     EXPECT_EQ(exporter->lastError(), QString());
 
     // Python's zipfile checks every member's CRC and lists the workbook's sheets.
-    QProcess python;
-    python.start(QStringLiteral(TAVI_PYTHON3),
-        {QStringLiteral("-c"),
-            QStringLiteral("import re, sys, zipfile\n"
-                           "z = zipfile.ZipFile(sys.argv[1])\n"
-                           "assert z.testzip() is None, 'damaged member'\n"
-                           "print('\\n'.join(re.findall('<sheet name=\"([^\"]*)\"', "
-                           "z.read('xl/workbook.xml').decode('utf-8'))))\n"),
-            target});
-    ASSERT_TRUE(python.waitForFinished(60000));
-    EXPECT_EQ(python.exitCode(), 0) << python.readAllStandardError().toStdString();
+    const PythonRun python = runPython({QStringLiteral("-c"),
+        QStringLiteral("import re, sys, zipfile\n"
+                       "z = zipfile.ZipFile(sys.argv[1])\n"
+                       "assert z.testzip() is None, 'damaged member'\n"
+                       "print('\\n'.join(re.findall('<sheet name=\"([^\"]*)\"', "
+                       "z.read('xl/workbook.xml').decode('utf-8'))))\n"),
+        target});
+    EXPECT_TRUE(python.ok) << python.err.toStdString();
     // Every sheet but External Data: the host has no external channels.
     QStringList expectedSheets;
     for (const SheetEntry& sheet : sheetCatalogue) {
         if (sheet.id != SheetId::ExternalData)
             expectedSheets << QString::fromLatin1(sheet.title);
     }
-    EXPECT_EQ(QString::fromUtf8(python.readAllStandardOutput()).split(QLatin1Char('\n'), Qt::SkipEmptyParts),
+    EXPECT_EQ(QString::fromUtf8(python.out).split(QLatin1Char('\n'), Qt::SkipEmptyParts),
         expectedSheets);
 }
 

@@ -6,10 +6,11 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QString>
 #include <QStringList>
 #include <QVariant>
+
+#include "python.h"
 
 #include <gtest/gtest.h>
 
@@ -77,16 +78,13 @@ struct DumpedWorkbook
 
 inline std::optional<DumpedWorkbook> readWorkbook(const QString& path)
 {
-    const QString script = QStringLiteral(TAVI_SOURCE_DIR "/tests/support/workbook_dump.py");
-    QProcess python;
-    python.start(QStringLiteral("/usr/bin/python3"), {script, path});
-    if (!python.waitForFinished(120000) || python.exitCode() != 0) {
-        ADD_FAILURE() << "workbook_dump.py failed on " << path.toStdString() << ": "
-                      << python.readAllStandardError().toStdString();
+    const PythonRun python = runSupportScript(QStringLiteral("workbook_dump.py"), {path});
+    if (!python.ok) {
+        ADD_FAILURE() << "workbook_dump.py failed on " << path.toStdString() << ": " << python.err.toStdString();
         return std::nullopt;
     }
     QJsonParseError error{};
-    const QJsonObject root = QJsonDocument::fromJson(python.readAllStandardOutput(), &error).object();
+    const QJsonObject root = QJsonDocument::fromJson(python.out, &error).object();
     if (error.error != QJsonParseError::NoError) {
         ADD_FAILURE() << "unreadable dump: " << error.errorString().toStdString();
         return std::nullopt;

@@ -1,9 +1,12 @@
-// Ends of a run that the user or the system forces while the workbook is being packaged, and
-// two runs writing one target at once: the target is left as it was or holds a complete new
-// workbook, and nothing else stays in the folder.
+// Runs of thousands of frames: the progress display, ends of a run that the user or the
+// system forces while the workbook is being packaged, and two runs writing one target at once:
+// the target is left as it was or holds a complete new workbook, and nothing else stays in the
+// folder.
 
 #include "clirunner.h"
 
+#include <QRegularExpression>
+#include <QStandardPaths>
 #include <QThread>
 
 #include <csignal>
@@ -18,10 +21,7 @@ const QByteArray EarlierWorkbook = "an earlier workbook";
 // zipfile, independent of the archive code under test).
 bool isWholeArchive(const QString& path)
 {
-    QProcess python;
-    python.start(QStringLiteral("/usr/bin/python3"),
-        {"-c", "import sys, zipfile; sys.exit(zipfile.ZipFile(sys.argv[1]).testzip() is not None)", path});
-    return python.waitForFinished(60000) && python.exitStatus() == QProcess::NormalExit && python.exitCode() == 0;
+    return runPython({"-c", "import sys, zipfile; sys.exit(zipfile.ZipFile(sys.argv[1]).testzip() is not None)", path}).ok;
 }
 
 // Starts an export to big.xlsx and answers once its archive is being written.
@@ -49,7 +49,7 @@ void expectTargetWholeOrUntouched(const CliWorkspace& space)
 
 } // namespace
 
-TEST(CliInterrupts, SignalsDuringPackaging)
+TEST(CliLongRun, SignalsDuringPackaging)
 {
     for (const bool repeated : {true, false}) {
         CliWorkspace space;
@@ -71,7 +71,7 @@ TEST(CliInterrupts, SignalsDuringPackaging)
     }
 }
 
-TEST(CliInterrupts, KilledExportIsCleanedUpByTheNext)
+TEST(CliLongRun, KilledExportIsCleanedUpByTheNext)
 {
     CliWorkspace space;
     space.writeFile("big.xlsx", EarlierWorkbook);
@@ -90,7 +90,7 @@ TEST(CliInterrupts, KilledExportIsCleanedUpByTheNext)
     expectTargetWholeOrUntouched(space);
 }
 
-TEST(CliInterrupts, TwoRunsToOneTarget)
+TEST(CliLongRun, TwoRunsToOneTarget)
 {
     CliWorkspace space;
     QProcess first;
@@ -114,4 +114,29 @@ TEST(CliInterrupts, TwoRunsToOneTarget)
     EXPECT_GE(written, 1);
     EXPECT_TRUE(isWholeArchive(space.path("big.xlsx")));
     expectTargetWholeOrUntouched(space);
+}
+
+TEST(CliLongRun, ProgressShownOnlyOnATerminal)
+{
+    const QString script = QStandardPaths::findExecutable(QStringLiteral("script"));
+    if (script.isEmpty())
+        GTEST_SKIP() << "no script(1) to give the program a terminal";
+
+    CliWorkspace space;
+    const auto onTerminal = [&](const QString& options) {
+        QProcess process;
+        const QString command = QStringLiteral("'%1' %2 --synthetic 6000 tty.xlsx").arg(cliProgram(), options);
+        space.start(process, {"-qec", command, "/dev/null"}, QStringLiteral("C.UTF-8"), script);
+        EXPECT_TRUE(process.waitForFinished(60000));
+        EXPECT_EQ(process.exitCode(), 0);
+        return QString::fromLocal8Bit(process.readAllStandardOutput());
+    };
+    const QString shown = onTerminal(QString());
+    EXPECT_TRUE(QRegularExpression("\r\x1b\\[K[0-9]+/6000 frames").match(shown).hasMatch()) << shown.toStdString();
+    // The frames' time left never claims to cover the packaging, which has a phase of its own.
+    EXPECT_FALSE(QRegularExpression(" left(?! for the frames, then packaging)").match(shown).hasMatch()) << shown.toStdString();
+    EXPECT_TRUE(shown.contains("\r\x1b[Kpackaging the workbook, 0:")) << shown.toStdString();
+    // The status line is cleared before the summary line.
+    EXPECT_TRUE(shown.contains("\r\x1b[Kwrote \"tty.xlsx\": 6,000 of 6,000 frames")) << shown.toStdString();
+    EXPECT_TRUE(onTerminal(QStringLiteral("--quiet")).isEmpty());
 }
