@@ -52,7 +52,7 @@ QJsonObject withLineFeeds(QJsonObject cells)
 
 std::optional<ReadBack> readWithClients(const QString& path, const QString& scratch)
 {
-    const PythonRun python = runSupportScript(QStringLiteral("workbook_readers.py"), {path, scratch}, 600000);
+    const PythonRun python = runSupportScript(QStringLiteral("workbook_dump.py"), {QStringLiteral("--clients"), path, scratch}, 600000);
     if (!python.ok) {
         ADD_FAILURE() << python.err.toStdString();
         return std::nullopt;

@@ -2,16 +2,25 @@
 """Reads an .xlsx workbook with independent readers and prints what it holds as JSON.
 
 Usage: workbook_dump.py WORKBOOK.xlsx
+       workbook_dump.py --clients WORKBOOK.xlsx SCRATCH_FOLDER
 
-The archive is read with zipfile (entry order, CRC checks) and the sheets with openpyxl.
-Output: {"entries": [...], "shared_strings": {"count", "unique"},
-         "sheets": [{"title", "part", "dimension", "hidden_ranges", "rows"}]}
-"dimension" is the ref the sheet part declares; rows hold numbers, strings, null for empty
-cells and ISO text for dates.
+The first form reads the archive with zipfile (entry order, CRC checks) and the sheets with
+openpyxl: {"entries": [...], "shared_strings": {"count", "unique"},
+"sheets": [{"title", "part", "dimension", "hidden_ranges", "rows"}]}. "dimension" is the ref
+the sheet part declares; rows hold numbers, strings, null for empty cells, ISO text for dates.
+
+The second reads it the ways clients do: openpyxl in normal mode, in read-only mode (which
+trusts each sheet's <dimension>), and LibreOffice (one headless conversion to .xlsx, read back
+with openpyxl): {"readers": {name: [{"title", "cells": {"A1": value, ...}}]},
+"sheets": [{"title", "part", "declared", "computed", "ordered"}]}. "computed" is the range
+openpyxl computes from the cells, "ordered" whether every row's cell references rise strictly
+from left to right.
 """
 import datetime
 import json
+import os
 import re
+import subprocess
 import sys
 import xml.etree.ElementTree as ET
 import zipfile
@@ -30,42 +39,89 @@ def cell_value(value):
 
 
 def sheet_parts(archive):
-    """Part name of each sheet in workbook order, through the workbook relationships."""
+    """(title, part below xl/) of each sheet in workbook order, through the relationships."""
     rels = ET.fromstring(archive.read("xl/_rels/workbook.xml.rels"))
     targets = {r.get("Id"): r.get("Target") for r in rels.iter(PKG_REL + "Relationship")}
     workbook = ET.fromstring(archive.read("xl/workbook.xml"))
-    return ["xl/" + targets[s.get(REL + "id")] for s in workbook.iter(MAIN + "sheet")]
+    return [(s.get("name"), targets[s.get(REL + "id")]) for s in workbook.iter(MAIN + "sheet")]
 
 
-def main(path):
+def dump(path):
     with zipfile.ZipFile(path) as archive:
         bad = archive.testzip()
         if bad is not None:
             raise SystemExit("corrupt entry: " + bad)
         entries = archive.namelist()
-        sst = archive.read("xl/sharedStrings.xml").decode("utf-8")
-        counts = re.search(r'count="(\d+)" uniqueCount="(\d+)"', sst)
-        parts = sheet_parts(archive)
-        dimensions = [re.search(r'<dimension ref="([^"]*)"', archive.read(p).decode("utf-8")).group(1)
-                      for p in parts]
+        counts = re.search(r'count="(\d+)" uniqueCount="(\d+)"', archive.read("xl/sharedStrings.xml").decode("utf-8"))
+        parts = ["xl/" + part for _, part in sheet_parts(archive)]
+        dimensions = [re.search(r'<dimension ref="([^"]*)"', archive.read(p).decode("utf-8")).group(1) for p in parts]
 
     book = openpyxl.load_workbook(path, data_only=True)
     sheets = []
     for ws, part, dimension in zip(book.worksheets, parts, dimensions):
-        hidden = sorted([d.min, d.max] for d in ws.column_dimensions.values() if d.hidden)
         sheets.append({
             "title": ws.title,
             "part": part,
             "dimension": dimension,
-            "hidden_ranges": hidden,
+            "hidden_ranges": sorted([d.min, d.max] for d in ws.column_dimensions.values() if d.hidden),
             "rows": [[cell_value(c) for c in row] for row in ws.iter_rows(values_only=True)],
         })
-    json.dump({
+    return {
         "entries": entries,
         "shared_strings": {"count": int(counts.group(1)), "unique": int(counts.group(2))},
         "sheets": sheets,
-    }, sys.stdout)
+    }
+
+
+def cells_of(book):
+    return [{"title": ws.title,
+             "cells": {c.coordinate: cell_value(c.value) for row in ws.iter_rows() for c in row
+                       if c.value is not None and c.value != ""}}
+            for ws in book.worksheets]
+
+
+def column_number(letters):
+    n = 0
+    for ch in letters:
+        n = n * 26 + ord(ch) - 64
+    return n
+
+
+def raw_sheets(path):
+    """Declared dimension and reference order of each sheet, from the XML itself."""
+    result = []
+    with zipfile.ZipFile(path) as archive:
+        for title, part in sheet_parts(archive):
+            root = ET.fromstring(archive.read("xl/" + part))
+            ordered = True
+            for row in root.iter(MAIN + "row"):
+                last = 0
+                for c in row.iter(MAIN + "c"):
+                    letters, digits = re.match(r"([A-Z]+)(\d+)$", c.get("r")).groups()
+                    column = column_number(letters)
+                    ordered = ordered and digits == row.get("r") and column > last
+                    last = column
+            result.append({"title": title, "part": part, "declared": root.find(MAIN + "dimension").get("ref"),
+                           "ordered": ordered})
+    return result
+
+
+def clients(path, scratch):
+    normal = openpyxl.load_workbook(path)
+    readers = {"openpyxl": cells_of(normal), "read_only": cells_of(openpyxl.load_workbook(path, read_only=True))}
+    office_out = os.path.join(scratch, "office")
+    subprocess.run(["soffice", "-env:UserInstallation=file://" + os.path.join(scratch, "profile"), "--headless",
+                    "--convert-to", "xlsx", "--outdir", office_out, path],
+                   check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=600)
+    readers["libreoffice"] = cells_of(openpyxl.load_workbook(os.path.join(office_out, os.path.basename(path))))
+    sheets = raw_sheets(path)
+    for sheet, ws in zip(sheets, normal.worksheets):
+        sheet["computed"] = ws.calculate_dimension()
+    return {"readers": readers, "sheets": sheets}
 
 
 if __name__ == "__main__":
-    main(sys.argv[1])
+    if sys.argv[1] == "--clients":
+        json.dump(clients(sys.argv[2], sys.argv[3]), sys.stdout)
+    else:
+        json.dump(dump(sys.argv[1]), sys.stdout)

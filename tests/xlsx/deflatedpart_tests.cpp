@@ -159,8 +159,8 @@ TEST(DeflatedPartFile, ArchiveEntryJoinsAHeadAndTheDeflatedPart)
     zip_close(zip);
 
     // Python's zipfile checks each entry's CRC and size as it reads it.
-    const std::string command =
-        "python3 -c \"import sys, zipfile; z = zipfile.ZipFile(sys.argv[1]); "
+    const std::string command = TAVI_PYTHON3
+        " -c \"import sys, zipfile; z = zipfile.ZipFile(sys.argv[1]); "
         "sys.stdout.buffer.write(z.read('sheet.xml')); assert z.read('plain.xml') == "
         "z.read('sheet.xml')[:"
         + std::to_string(head.size()) + "]\" '" + archivePath.toStdString() + "'";

@@ -390,7 +390,7 @@ TEST_F(zip_writer, EveryKindOfEntryReadsBackAtEveryLevel)
         const CommandResult unzip = run("unzip -t '" + path.string() + "'");
         EXPECT_EQ(unzip.exitCode, 0) << unzip.output;
         EXPECT_NE(unzip.output.find("No errors detected"), std::string::npos) << unzip.output;
-        const CommandResult python = run(std::string(PYTHON3_EXECUTABLE) + " '" ZIP_CHECK_SCRIPT "' '"
+        const CommandResult python = run(std::string(TAVI_PYTHON3) + " '" ZIP_CHECK_SCRIPT "' '"
             + path.string() + "' '" + expectedDir.string() + "'");
         ASSERT_EQ(python.exitCode, 0) << python.output;
         // 0444 and 0755 are ORed into 0644; the read-only file also gets the DOS read-only bit.
@@ -428,7 +428,7 @@ TEST_F(zip_writer, EntryCountStopsAtTheClassicLimit)
     const std::vector<Entry> entries = parseArchive(path);
     ASSERT_EQ(entries.size(), 65535u);
     EXPECT_EQ(entries.back().name, "65534");
-    const CommandResult count = run(std::string(PYTHON3_EXECUTABLE)
+    const CommandResult count = run(std::string(TAVI_PYTHON3)
         + " -c 'import sys, zipfile; print(len(zipfile.ZipFile(sys.argv[1]).infolist()))' '" + path.string() + "'");
     EXPECT_EQ(count.exitCode, 0) << count.output;
     EXPECT_EQ(count.output, "65535\n");
