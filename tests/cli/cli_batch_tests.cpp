@@ -10,8 +10,6 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
-#include <zlib.h>
-
 namespace {
 
 QByteArray recordingWithOffset(int offset)
@@ -22,36 +20,6 @@ QByteArray recordingWithOffset(int offset)
                  {"frame": 2, "pose": {"segments": [{"pos": [4, %1, 6]}]}}]})")
         .arg(offset)
         .toUtf8();
-}
-
-QByteArray gzipped(const QByteArray& bytes)
-{
-    QByteArray out(int(compressBound(uLong(bytes.size()))) + 64, '\0');
-    z_stream stream = {};
-    deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY);
-    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(bytes.data()));
-    stream.avail_in = uInt(bytes.size());
-    stream.next_out = reinterpret_cast<Bytef*>(out.data());
-    stream.avail_out = uInt(out.size());
-    deflate(&stream, Z_FINISH);
-    out.truncate(int(stream.total_out));
-    deflateEnd(&stream);
-    return out;
-}
-
-// The names of the entries whose content differs between two archives (or that one lacks),
-// the document properties with their creation time aside; read with Python's zipfile.
-QString differingEntries(const QString& first, const QString& second)
-{
-    const PythonRun python = runPython({"-c",
-        "import sys, zipfile\n"
-        "a, b = (zipfile.ZipFile(p) for p in sys.argv[1:])\n"
-        "names = (set(a.namelist()) | set(b.namelist())) - {'docProps/core.xml'}\n"
-        "print(' '.join(sorted(n for n in names if n not in a.namelist() or n not in b.namelist()"
-        " or a.read(n) != b.read(n))))\n",
-        first, second});
-    EXPECT_TRUE(python.ok) << python.err.toStdString();
-    return QString::fromUtf8(python.out).trimmed();
 }
 
 } // namespace

@@ -8,8 +8,6 @@
 #include <QRegularExpression>
 #include <QThread>
 
-#include <zlib.h>
-
 #include <csignal>
 
 namespace {
@@ -70,12 +68,8 @@ TEST(CliFailures, RejectedRecordingFilesAreExplained)
     const QString emg = refused(space, {"emg.json", "out.xlsx"});
     EXPECT_TRUE(emg.startsWith("tavi-export: emg.json: externalChannels: 1 channel resampled over 100001 frames")) << emg.toStdString();
     // A small gzip file that unpacks to one text of many megabytes, whatever its name.
-    gzFile zipped = gzopen(QFile::encodeName(space.path("huge-text.json")).constData(), "wb9");
-    const QByteArray text = QByteArray(8 << 20, 'a');
-    gzputs(zipped, R"({"format": "tavi-recording", "version": 1, "subjectName": ")");
-    gzwrite(zipped, text.constData(), unsigned(text.size()));
-    gzputs(zipped, "\"}");
-    ASSERT_EQ(gzclose(zipped), Z_OK);
+    space.writeFile("huge-text.json",
+        gzipped(R"({"format": "tavi-recording", "version": 1, "subjectName": ")" + QByteArray(8 << 20, 'a') + "\"}"));
     EXPECT_EQ(refused(space, {"huge-text.json", "out.xlsx"}),
         "tavi-export: huge-text.json: subjectName: a string longer than 1048576 bytes\n");
 }

@@ -11,23 +11,9 @@
 
 using namespace testrec;
 
-namespace {
-
-struct Session
-{
-    explicit Session(const Options& o = Options())
-        : host(makeRecording(o))
-        , settings(exportSettingDefaults())
-    { }
-    RecordingHost host;
-    MemorySettingsSynchronizer settings;
-};
-
-} // namespace
-
 TEST_F(ExportTest, ExportFrameBeforeInitializeIsRefused)
 {
-    Session s;
+    ExportSession s;
     ExcelExporter exporter(s.host, &s.settings);
     EXPECT_FALSE(exporter.exportFrame(0));
     EXPECT_EQ(exporter.lastError(), "Export was not initialized");
@@ -40,7 +26,7 @@ TEST_F(ExportTest, UnwritableTargetFolderFailsInitialize)
     ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
     blocker.close();
     const QString path = dir.filePath(QStringLiteral("plain-file/s\u00fcb/\u6570\u636e.xlsx"));
-    Session s;
+    ExportSession s;
     ExcelExporter exporter(s.host, &s.settings);
     EXPECT_FALSE(exporter.initialize(path));
     EXPECT_EQ(exporter.lastError(), "Could not create temporary file " + path + "_fldr//sheet1.xml");
@@ -56,7 +42,7 @@ TEST_F(ExportTest, TargetThatCannotBeCreatedFailsFinalize)
 {
     // The target is a folder: the temporary folder beside it works, the archive cannot.
     ASSERT_TRUE(QDir(dir.path()).mkdir(QStringLiteral("out.xlsx")));
-    Session s;
+    ExportSession s;
     ExcelExporter exporter(s.host, &s.settings);
     ASSERT_TRUE(exporter.initialize(target()));
     ASSERT_TRUE(exporter.exportFrame(0));
@@ -68,7 +54,7 @@ TEST_F(ExportTest, TargetThatCannotBeCreatedFailsFinalize)
 
 TEST_F(ExportTest, AbortAndDestructionLeaveNothingBehind)
 {
-    Session s;
+    ExportSession s;
     {
         ExcelExporter exporter(s.host, &s.settings);
         ASSERT_TRUE(exporter.initialize(target()));
@@ -112,7 +98,7 @@ TEST_F(ExportTest, WriteFailureDuringAFrameIsReported)
         o.frames.clear();
         for (int f = 0; f < 2000; ++f)
             o.frames.push_back(f);
-        Session s(o);
+        ExportSession s(o);
         QByteArray report = "initialize failed";
         {
             ExcelExporter exporter(s.host, &s.settings);

@@ -34,38 +34,6 @@ Options smallRecording()
     return o;
 }
 
-struct Session
-{
-    Session()
-        : host(makeRecording(smallRecording()))
-        , settings(exportSettingDefaults())
-    { }
-
-    // Drives the exporter as the host does; the last error, empty on success.
-    QString run(ExcelExporter& exporter, const QString& path)
-    {
-        if (!exporter.initialize(path))
-            return exporter.lastError();
-        for (int frame : host.frameNumbers()) {
-            if (!exporter.exportFrame(frame)) {
-                const QString message = exporter.lastError();
-                exporter.finalize(true);
-                return message;
-            }
-        }
-        exporter.finalize(false);
-        return exporter.lastError();
-    }
-    QString run(const QString& path)
-    {
-        ExcelExporter exporter(host, &settings);
-        return run(exporter, path);
-    }
-
-    RecordingHost host;
-    MemorySettingsSynchronizer settings;
-};
-
 void writeFile(const QString& path, const QByteArray& bytes)
 {
     QFile file(path);
@@ -130,7 +98,7 @@ TEST_F(ExportTest, NamesPlantedAtTheTemporaryFolderAreRefusedAndLeftAlone)
         c.plant(target() + "_fldr");
         const auto before = snapshot(dir.path());
 
-        Session s;
+        ExportSession s(smallRecording());
         ExcelExporter exporter(s.host, &s.settings);
         EXPECT_FALSE(exporter.initialize(target()));
         EXPECT_EQ(exporter.lastError(), "Could not create temporary file " + target() + "_fldr//sheet1.xml");
@@ -143,7 +111,7 @@ TEST_F(ExportTest, NamesPlantedAtTheTemporaryFolderAreRefusedAndLeftAlone)
 
 TEST_F(ExportTest, TheTargetIsReplacedWholeKeepingItsPermissionsAndALinkThereIsNotFollowed)
 {
-    Session s;
+    ExportSession s(smallRecording());
     writeFile(target(), "the earlier workbook");
     ASSERT_EQ(chmod(target().toUtf8().constData(), 0640), 0);
     ASSERT_EQ(s.run(target()), QString());
@@ -171,7 +139,7 @@ TEST_F(ExportTest, ExportsToOneTargetExcludeEachOtherAndAKilledOneIsCleanedUpByT
     const QString busy = "Another export is writing " + target();
 
     // Two exporters of one process.
-    Session s;
+    ExportSession s(smallRecording());
     {
         ExcelExporter first(s.host, &s.settings);
         ASSERT_TRUE(first.initialize(target()));
@@ -200,7 +168,7 @@ TEST_F(ExportTest, ExportsToOneTargetExcludeEachOtherAndAKilledOneIsCleanedUpByT
     const pid_t child = fork();
     ASSERT_GE(child, 0);
     if (child == 0) {
-        Session c;
+        ExportSession c(smallRecording());
         ExcelExporter exporter(c.host, &c.settings);
         if (exporter.initialize(target()) && exporter.exportFrame(0)
             && QFile::link(outside, target() + "_fldr/sheet2.xml.tmp"))
@@ -233,7 +201,7 @@ TEST_F(ExportTest, AWriteFailureAnywhereLeavesTheEarlierFileAndNothingElse)
     // keep every part file smaller than the archive's fixed first entries), and byte by byte
     // its last directory records and end record.
     const QString reference = dir.filePath(QStringLiteral("reference.xlsx"));
-    Session s;
+    ExportSession s(smallRecording());
     for (const SheetEntry& sheet : sheetCatalogue)
         s.settings.setValue(QLatin1String(sheet.key), sheet.id == SheetId::Markers);
     ASSERT_EQ(s.run(reference), QString());

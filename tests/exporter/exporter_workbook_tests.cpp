@@ -126,136 +126,119 @@ TEST_F(ExportTest, FullExportHoldsEverySheetInCatalogueOrder)
     EXPECT_GT(book->sharedStringCount, book->sharedStringUnique);
 }
 
-TEST_F(ExportTest, PropColumnsFollowTheTPose)
+TEST_F(ExportTest, ColumnsFollowTheTPoseAndFingerTracking)
 {
-    Options o; // 23 segments, T-pose of 23: no props
-    auto book = exportAndRead(o);
-    ASSERT_TRUE(book);
-    EXPECT_EQ(book->sheet(Position)->headers().size(), 70);
-    EXPECT_EQ(book->sheet(Position)->dimension, "A1:BR11");
-    EXPECT_EQ(book->sheet(Quat)->headers().size(), 93);
-    EXPECT_EQ(book->sheet(Joints)->headers().size(), 67);
-    EXPECT_EQ(book->sheet(Position)->usedColumns(2), 70);
+    Options noTPose;
+    noTPose.tPoseSegments.reset();
+    Options fingers;
+    fingers.fingerTracking = true;
+    Options fingersWithoutData = fingers;
+    fingersWithoutData.fingerData = false;
+    fingersWithoutData.framesWithoutPose = {5};
+    const QList<DumpedWorkbook> books = readWorkbooks({exportTo("bare.xlsx", Options()), exportTo("props.xlsx", noTPose),
+        exportTo("fingers.xlsx", fingers), exportTo("nodata.xlsx", fingersWithoutData)});
+    ASSERT_EQ(books.size(), 4);
 
-    o.tPoseSegments.reset(); // no T-pose: all four props keep their columns
-    book = exportAndRead(o);
-    ASSERT_TRUE(book);
-    EXPECT_EQ(book->sheet(Position)->headers().size(), 82);
-    EXPECT_EQ(book->sheet(Position)->usedColumns(2), 70);
-}
+    // 23 segments and a T-pose of 23: no props.
+    const DumpedSheet& bare = *books[0].sheet(Position);
+    EXPECT_EQ(bare.headers().size(), 70);
+    EXPECT_EQ(bare.dimension, "A1:BR11");
+    EXPECT_EQ(books[0].sheet(Quat)->headers().size(), 93);
+    EXPECT_EQ(books[0].sheet(Joints)->headers().size(), 67);
+    EXPECT_EQ(bare.usedColumns(2), 70);
+    // No T-pose: all four props keep their columns, empty.
+    EXPECT_EQ(books[1].sheet(Position)->headers().size(), 82);
+    EXPECT_EQ(books[1].sheet(Position)->usedColumns(2), 70);
 
-TEST_F(ExportTest, FingerTrackingAddsColumnsToSegmentAndJointSheets)
-{
-    Options o;
-    o.fingerTracking = true;
-    const auto book = exportAndRead(o);
-    ASSERT_TRUE(book);
-    const DumpedSheet& position = *book->sheet(Position);
+    // Finger tracking adds columns to the segment and joint sheets, not the kinematic ones.
+    const DumpedWorkbook& book = books[2];
+    const DumpedSheet& position = *book.sheet(Position);
     EXPECT_EQ(position.headers().size(), 70 + 120);
     EXPECT_EQ(position.headers().at(70), fingerSegmentName(0, 0) + " x");
-    EXPECT_EQ(book->sheet(Velocity)->headers().size(), 70);
-    EXPECT_EQ(book->sheet(Quat)->headers().size(), 93 + 160);
-    const DumpedSheet& joints = *book->sheet(Joints);
+    EXPECT_EQ(book.sheet(Velocity)->headers().size(), 70);
+    EXPECT_EQ(book.sheet(Quat)->headers().size(), 93 + 160);
+    const DumpedSheet& joints = *book.sheet(Joints);
     EXPECT_EQ(joints.headers().size(), 67 + 114);
     EXPECT_EQ(joints.headers().at(67), "H0 Joint0 Abduction/Adduction");
-
     // Hand 1, finger 3 follows the 23 body segments and hand 0's 20 fingers.
     expectVector(position, 4, 23 + 23, vectorValue(2, 23, FingerPos));
     const ZtQuaternion q = yawQuaternion(2 + 2.0 * 3);
-    EXPECT_NEAR(book->sheet(Quat)->number(4, 4 * (23 + 23) + 2), q.q0, 1e-15);
-    EXPECT_NEAR(book->sheet(Euler)->number(4, 3 * (23 + 23) + 4), 2 + 2.0 * 3, 1e-9);
+    EXPECT_NEAR(book.sheet(Quat)->number(4, 4 * (23 + 23) + 2), q.q0, 1e-15);
+    EXPECT_NEAR(book.sheet(Euler)->number(4, 3 * (23 + 23) + 4), 2 + 2.0 * 3, 1e-9);
     expectVector(joints, 4, 22 + 19 + 5, vectorValue(2, 19 + 5, FingerJoint));
     EXPECT_EQ(joints.usedColumns(4), 67 + 114);
-}
 
-TEST_F(ExportTest, FingerColumnsWithoutDataHoldTheDefaultRecord)
-{
-    Options o;
-    o.fingerTracking = true;
-    o.fingerData = false;
-    o.framesWithoutPose = {5};
-    const auto book = exportAndRead(o);
-    ASSERT_TRUE(book);
-    const DumpedSheet& quat = *book->sheet(Quat);
-    const DumpedSheet& position = *book->sheet(Position);
-    const DumpedSheet& euler = *book->sheet(Euler);
+    // Finger columns without data hold the default record; no finger joint angles.
+    const DumpedWorkbook& nodata = books[3];
+    const DumpedSheet& quat = *nodata.sheet(Quat);
     EXPECT_EQ(quat.number(2, 4 * 23 + 2), 1.0);
     EXPECT_EQ(quat.number(2, 4 * 23 + 3), 0.0);
     EXPECT_EQ(quat.usedColumns(2), 93 + 160);
-    EXPECT_EQ(position.number(2, 3 * 60 + 2), 0.0);
-    EXPECT_EQ(euler.number(2, 3 * 42 + 4), 0.0);
-    // No finger joint angles without data.
-    EXPECT_EQ(book->sheet(Joints)->usedColumns(2), 67);
-
+    EXPECT_EQ(nodata.sheet(Position)->number(2, 3 * 60 + 2), 0.0);
+    EXPECT_EQ(nodata.sheet(Euler)->number(2, 3 * 42 + 4), 0.0);
+    EXPECT_EQ(nodata.sheet(Joints)->usedColumns(2), 67);
     // A frame without a pose has no segments: the finger records follow the frame number.
     EXPECT_EQ(quat.number(7, 1), 5);
     EXPECT_EQ(quat.number(7, 2), 1.0);
     EXPECT_EQ(quat.number(7, 3), 0.0);
     EXPECT_EQ(quat.usedColumns(7), 1 + 160);
-    EXPECT_EQ(position.usedColumns(7), 1 + 120);
-    EXPECT_EQ(position.number(7, 121), 0.0);
-    EXPECT_EQ(euler.usedColumns(7), 1 + 120);
-    EXPECT_EQ(book->sheet(Joints)->usedColumns(7), 1);
-    EXPECT_EQ(book->sheet(Velocity)->usedColumns(7), 1);
+    EXPECT_EQ(nodata.sheet(Position)->usedColumns(7), 1 + 120);
+    EXPECT_EQ(nodata.sheet(Position)->number(7, 121), 0.0);
+    EXPECT_EQ(nodata.sheet(Euler)->usedColumns(7), 1 + 120);
+    EXPECT_EQ(nodata.sheet(Joints)->usedColumns(7), 1);
+    EXPECT_EQ(nodata.sheet(Velocity)->usedColumns(7), 1);
 }
 
-TEST_F(ExportTest, FrameSkipSelectsFramesFromTheFirstExported)
+TEST_F(ExportTest, FramesSkippedCountFromTheFirstExported)
 {
     Options o;
     o.frames = {10, 11, 12, 13};
     o.markers = {{11, QStringLiteral("skipped")}, {13, QStringLiteral("kept")}};
-    auto book = exportAndRead(o, {{QStringLiteral("frameSkip"), 2}});
-    ASSERT_TRUE(book);
-    const DumpedSheet* velocity = book->sheet(Velocity);
+    Options withChannel = o;
+    withChannel.channelRates = {120};
+    Options negative;
+    negative.frames = {-2, -1, 5, 6, 7, 8};
+    Options poseless;
+    poseless.framesWithoutPose = {3};
+    const QList<DumpedWorkbook> books = readWorkbooks({exportTo("skip2.xlsx", o, {{QStringLiteral("frameSkip"), 2}}),
+        // -1: no selection on the options page; every frame.
+        exportTo("unset.xlsx", o, {{QStringLiteral("frameSkip"), -1}}),
+        // The largest skip a settings file can hold.
+        exportTo("largest.xlsx", withChannel, {{QStringLiteral("frameSkip"), INT_MAX}}),
+        exportTo("negative.xlsx", negative, {{QStringLiteral("frameSkip"), 1}}), exportTo("poseless.xlsx", poseless)});
+    ASSERT_EQ(books.size(), 5);
+
+    const DumpedSheet* velocity = books[0].sheet(Velocity);
     ASSERT_EQ(velocity->rowCount(), 3);
     EXPECT_EQ(velocity->number(2, 1), 10);
     EXPECT_EQ(velocity->number(3, 1), 13);
     expectVector(*velocity, 3, 4, vectorValue(13, 4, Vel));
     EXPECT_EQ(velocity->dimension, "A1:BR3");
-    const DumpedSheet* markers = book->sheet(QStringLiteral("Markers"));
+    const DumpedSheet* markers = books[0].sheet(QStringLiteral("Markers"));
     ASSERT_EQ(markers->rowCount(), 2);
     EXPECT_EQ(markers->text(2, 2), "kept");
 
-    // A skip of -1 (no selection on the options page) exports every frame.
-    book = exportAndRead(o, {{QStringLiteral("frameSkip"), -1}});
-    ASSERT_TRUE(book);
-    EXPECT_EQ(book->sheet(Velocity)->rowCount(), 5);
-    EXPECT_EQ(book->sheet(Velocity)->dimension, "A1:BR5");
+    EXPECT_EQ(books[1].sheet(Velocity)->rowCount(), 5);
+    EXPECT_EQ(books[1].sheet(Velocity)->dimension, "A1:BR5");
 
-    // The largest skip a settings file can hold keeps the first frame alone, External Data's
-    // selection included (60 frames per second give 40 samples per frame).
-    o.channelRates = {120};
-    book = exportAndRead(o, {{QStringLiteral("frameSkip"), INT_MAX}});
-    ASSERT_TRUE(book);
-    ASSERT_EQ(book->sheet(Velocity)->rowCount(), 2);
-    EXPECT_EQ(book->sheet(Velocity)->number(2, 1), 10);
-    const DumpedSheet* external = book->sheet(QStringLiteral("External Data"));
+    // The first frame alone, External Data's selection included (40 samples per frame).
+    ASSERT_EQ(books[2].sheet(Velocity)->rowCount(), 2);
+    EXPECT_EQ(books[2].sheet(Velocity)->number(2, 1), 10);
+    const DumpedSheet* external = books[2].sheet(External);
     ASSERT_EQ(external->rowCount(), 41);
     EXPECT_EQ(external->number(41, 1), 10);
-}
 
-TEST_F(ExportTest, NegativeFramesAreExportedWithoutStartingTheSkipCount)
-{
-    Options o;
-    o.frames = {-2, -1, 5, 6, 7, 8};
-    const auto book = exportAndRead(o, {{QStringLiteral("frameSkip"), 1}});
-    ASSERT_TRUE(book);
-    const DumpedSheet* position = book->sheet(Position);
+    // Negative frames are exported without starting the skip count.
+    const DumpedSheet* position = books[3].sheet(Position);
     ASSERT_EQ(position->rowCount(), 5);
     EXPECT_EQ(position->number(2, 1), -2);
     EXPECT_EQ(position->number(3, 1), -1);
     EXPECT_EQ(position->number(4, 1), 5);
     EXPECT_EQ(position->number(5, 1), 7);
     expectVector(*position, 5, 1, vectorValue(7, 1, Pos));
-}
 
-TEST_F(ExportTest, FrameWithoutPoseKeepsItsRowNumber)
-{
-    Options o;
-    o.framesWithoutPose = {3};
-    const auto book = exportAndRead(o);
-    ASSERT_TRUE(book);
-    for (const DumpedSheet& sheet : book->sheets) {
+    // A frame without a pose keeps its row and number.
+    for (const DumpedSheet& sheet : books[4].sheets) {
         if (sheet.title == "General Information" || sheet.title == "Markers")
             continue;
         EXPECT_EQ(sheet.number(5, 1), 3) << sheet.title.toStdString();
@@ -264,26 +247,21 @@ TEST_F(ExportTest, FrameWithoutPoseKeepsItsRowNumber)
     }
 }
 
-TEST_F(ExportTest, WithoutGlobalPositionLaterSheetsMoveUp)
-{
-    Options o;
-    o.globalPosition = false;
-    const auto book = exportAndRead(o);
-    ASSERT_TRUE(book);
-    EXPECT_EQ(book->titles(), catalogueTitles({SheetId::GlobalPosition, SheetId::ExternalData}));
-    EXPECT_EQ(book->sheet(QStringLiteral("Sensor Free Acceleration"))->part, "xl/worksheets/sheet15.xml");
-    EXPECT_EQ(book->entries.size(), 9 + 18);
-}
-
 TEST_F(ExportTest, ExternalChannelsAreResampledToTheCommonRate)
 {
     Options o;
     o.channelRates = {2000, 3001}; // above 3000: 4800 per second, 80 rows per frame at 60 fps
     o.frames = {0, 1, 2, 3};
-    o.markers = {};
-    auto book = exportAndRead(o);
-    ASSERT_TRUE(book);
-    const DumpedSheet* external = book->sheet(External);
+    // 240 frames per second at 2400 per second: 10 rows per frame; with a skip of 1 only
+    // frames 0 and 2 are collected and exported.
+    Options fast = o;
+    fast.frameRate = 240;
+    fast.channelRates = {2400};
+    fast.rawSamplesPerFrame = 10;
+    const QList<DumpedWorkbook> books = readWorkbooks({exportTo("mixed.xlsx", o), exportTo("fast.xlsx", fast, {{QStringLiteral("frameSkip"), 1}})});
+    ASSERT_EQ(books.size(), 2);
+
+    const DumpedSheet* external = books[0].sheet(External);
     ASSERT_EQ(external->rowCount(), 1 + 4 * 80);
     EXPECT_EQ(external->number(2, 3), channelSample(0, 0, 0));
     EXPECT_EQ(external->number(1 + 4 * 80, 4), channelSample(3, 1, 39));
@@ -293,47 +271,40 @@ TEST_F(ExportTest, ExternalChannelsAreResampledToTheCommonRate)
     for (int row = 3; row <= 1 + 4 * 80; ++row)
         EXPECT_GE(external->number(row, 3), external->number(row - 1, 3));
 
-    // 240 frames per second at 2400 per second: 10 rows per frame; with a skip of 1 only
-    // frames 0 and 2 are collected and exported.
-    o.frameRate = 240;
-    o.channelRates = {2400};
-    o.rawSamplesPerFrame = 10;
-    book = exportAndRead(o, {{QStringLiteral("frameSkip"), 1}});
-    ASSERT_TRUE(book);
-    external = book->sheet(External);
+    external = books[1].sheet(External);
     ASSERT_EQ(external->rowCount(), 1 + 2 * 10);
     EXPECT_EQ(external->number(12, 1), 2);
     EXPECT_EQ(external->number(12, 3), channelSample(2, 0, 0));
 }
 
-TEST_F(ExportTest, ChannelsWithoutSamplesKeepAHeaderOnlySheet)
+TEST_F(ExportTest, SheetsExistByTheirSwitchAndTheirData)
 {
-    Options o;
-    o.channelRates = {2000};
-    o.channelData = false;
-    const auto book = exportAndRead(o);
-    ASSERT_TRUE(book);
-    EXPECT_EQ(book->titles(), catalogueTitles());
-    EXPECT_EQ(book->sheet(External)->rowCount(), 1);
-    EXPECT_EQ(book->sheet(QStringLiteral("Sensor Orientation - Euler"))->part, "xl/worksheets/sheet20.xml");
-}
-
-TEST_F(ExportTest, SheetSwitchesDecideWhichSheetsExist)
-{
-    Options o;
+    Options noGlobal;
+    noGlobal.globalPosition = false;
+    Options silentChannel;
+    silentChannel.channelRates = {2000};
+    silentChannel.channelData = false;
     QMap<QString, QVariant> allOff;
     for (const SheetEntry& entry : sheetCatalogue)
         allOff.insert(QString::fromLatin1(entry.key), false);
-    auto book = exportAndRead(o, allOff);
-    ASSERT_TRUE(book);
-    EXPECT_EQ(book->titles(), QStringList({"General Information"}));
-    EXPECT_EQ(book->entries.size(), 10);
+    const QList<DumpedWorkbook> books = readWorkbooks({exportTo("noglobal.xlsx", noGlobal),
+        exportTo("silent.xlsx", silentChannel), exportTo("alloff.xlsx", Options(), allOff),
+        exportTo("nomarkers.xlsx", Options(), {{QStringLiteral("markers"), false}})});
+    ASSERT_EQ(books.size(), 4);
 
-    QMap<QString, QVariant> noMarkers{{QStringLiteral("markers"), false}};
-    book = exportAndRead(o, noMarkers);
-    ASSERT_TRUE(book);
-    EXPECT_EQ(book->sheets.at(1).title, Quat);
-    EXPECT_EQ(book->sheets.at(1).part, "xl/worksheets/sheet2.xml");
+    // Without a global position (nor channels), later sheets move up.
+    EXPECT_EQ(books[0].titles(), catalogueTitles({SheetId::GlobalPosition, SheetId::ExternalData}));
+    EXPECT_EQ(books[0].sheet(QStringLiteral("Sensor Free Acceleration"))->part, "xl/worksheets/sheet15.xml");
+    EXPECT_EQ(books[0].entries.size(), 9 + 18);
+    // Channels without samples keep a header-only sheet.
+    EXPECT_EQ(books[1].titles(), catalogueTitles());
+    EXPECT_EQ(books[1].sheet(External)->rowCount(), 1);
+    EXPECT_EQ(books[1].sheet(QStringLiteral("Sensor Orientation - Euler"))->part, "xl/worksheets/sheet20.xml");
+    // Switched off: General Information stays alone; without markers the next sheet moves up.
+    EXPECT_EQ(books[2].titles(), QStringList({"General Information"}));
+    EXPECT_EQ(books[2].entries.size(), 10);
+    EXPECT_EQ(books[3].sheets.at(1).title, Quat);
+    EXPECT_EQ(books[3].sheets.at(1).part, "xl/worksheets/sheet2.xml");
 }
 
 TEST_F(ExportTest, TextsAreEscapedAndNonFiniteNumbersLeftOut)

@@ -22,26 +22,62 @@ protected:
 
     QString target(const QString& name = QStringLiteral("out.xlsx")) const { return dir.filePath(name); }
 
-    // Exports every frame of the recording with the given settings changed from their defaults.
-    std::optional<DumpedWorkbook> exportAndRead(const testrec::Options& options,
-        const QMap<QString, QVariant>& changed = {})
+    // Exports every frame of the recording with the given settings changed from their defaults
+    // to `name` in the test's folder; answers its path.
+    QString exportTo(const QString& name, const testrec::Options& options, const QMap<QString, QVariant>& changed = {})
     {
         RecordingHost host(testrec::makeRecording(options));
         MemorySettingsSynchronizer settings(exportSettingDefaults(), exportSettingDescriptions());
         for (auto it = changed.begin(); it != changed.end(); ++it)
             settings.setValue(it.key(), it.value());
-        const QString path = target();
-        {
-            ExcelExporter exporter(host, &settings);
-            EXPECT_TRUE(exporter.initialize(path)) << exporter.lastError().toStdString();
-            for (int frame : host.frameNumbers())
-                EXPECT_TRUE(exporter.exportFrame(frame)) << exporter.lastError().toStdString();
-            EXPECT_FALSE(exporter.finalize(false));
-            EXPECT_EQ(exporter.lastError(), QString());
-            EXPECT_FALSE(QFileInfo::exists(path + QStringLiteral("_fldr")));
-        }
-        return readWorkbook(path);
+        const QString path = target(name);
+        ExcelExporter exporter(host, &settings);
+        EXPECT_TRUE(exporter.initialize(path)) << exporter.lastError().toStdString();
+        for (int frame : host.frameNumbers())
+            EXPECT_TRUE(exporter.exportFrame(frame)) << exporter.lastError().toStdString();
+        EXPECT_FALSE(exporter.finalize(false));
+        EXPECT_EQ(exporter.lastError(), QString());
+        EXPECT_FALSE(QFileInfo::exists(path + QStringLiteral("_fldr")));
+        return path;
     }
+
+    std::optional<DumpedWorkbook> exportAndRead(const testrec::Options& options, const QMap<QString, QVariant>& changed = {})
+    {
+        return readWorkbook(exportTo(QStringLiteral("out.xlsx"), options, changed));
+    }
+};
+
+// A host and a settings store for driving an exporter by hand.
+struct ExportSession
+{
+    explicit ExportSession(const testrec::Options& o = {})
+        : host(testrec::makeRecording(o))
+        , settings(exportSettingDefaults())
+    { }
+
+    // Drives the exporter as the host does; the last error, empty on success.
+    QString run(ExcelExporter& exporter, const QString& path)
+    {
+        if (!exporter.initialize(path))
+            return exporter.lastError();
+        for (int frame : host.frameNumbers()) {
+            if (!exporter.exportFrame(frame)) {
+                const QString message = exporter.lastError();
+                exporter.finalize(true);
+                return message;
+            }
+        }
+        exporter.finalize(false);
+        return exporter.lastError();
+    }
+    QString run(const QString& path)
+    {
+        ExcelExporter exporter(host, &settings);
+        return run(exporter, path);
+    }
+
+    RecordingHost host;
+    MemorySettingsSynchronizer settings;
 };
 
 inline QStringList catalogueTitles(std::initializer_list<SheetId> without = {})

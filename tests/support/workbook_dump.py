@@ -1,11 +1,12 @@
 #!/usr/bin/python3
 """Reads an .xlsx workbook with independent readers and prints what it holds as JSON.
 
-Usage: workbook_dump.py WORKBOOK.xlsx
+Usage: workbook_dump.py WORKBOOK.xlsx...
        workbook_dump.py --clients WORKBOOK.xlsx SCRATCH_FOLDER
 
-The first form reads the archive with zipfile (entry order, CRC checks) and the sheets with
-openpyxl: {"entries": [...], "shared_strings": {"count", "unique"},
+The first form reads each archive with zipfile (entry order, CRC checks) and its sheets with
+openpyxl, one process for many workbooks; a list holding for each
+{"entries": [...], "shared_strings": {"count", "unique"},
 "sheets": [{"title", "part", "dimension", "hidden_ranges", "rows"}]}. "dimension" is the ref
 the sheet part declares; rows hold numbers, strings, null for empty cells, ISO text for dates.
 
@@ -124,4 +125,4 @@ if __name__ == "__main__":
     if sys.argv[1] == "--clients":
         json.dump(clients(sys.argv[2], sys.argv[3]), sys.stdout)
     else:
-        json.dump(dump(sys.argv[1]), sys.stdout)
+        json.dump([dump(path) for path in sys.argv[1:]], sys.stdout)

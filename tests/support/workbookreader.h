@@ -76,32 +76,43 @@ struct DumpedWorkbook
     }
 };
 
-inline std::optional<DumpedWorkbook> readWorkbook(const QString& path)
+// Reads the workbooks in one reader process, in order; an empty list (and a test failure) if
+// any cannot be read.
+inline QList<DumpedWorkbook> readWorkbooks(const QStringList& paths)
 {
-    const PythonRun python = runSupportScript(QStringLiteral("workbook_dump.py"), {path});
+    const PythonRun python = runSupportScript(QStringLiteral("workbook_dump.py"), paths);
     if (!python.ok) {
-        ADD_FAILURE() << "workbook_dump.py failed on " << path.toStdString() << ": " << python.err.toStdString();
-        return std::nullopt;
+        ADD_FAILURE() << "workbook_dump.py failed on " << paths.join(u' ').toStdString() << ": " << python.err.toStdString();
+        return {};
     }
     QJsonParseError error{};
-    const QJsonObject root = QJsonDocument::fromJson(python.out, &error).object();
+    const QJsonArray dumps = QJsonDocument::fromJson(python.out, &error).array();
     if (error.error != QJsonParseError::NoError) {
         ADD_FAILURE() << "unreadable dump: " << error.errorString().toStdString();
-        return std::nullopt;
+        return {};
     }
-    DumpedWorkbook book;
-    for (const QJsonValue& e : root.value(QStringLiteral("entries")).toArray())
-        book.entries << e.toString();
-    const QJsonObject strings = root.value(QStringLiteral("shared_strings")).toObject();
-    book.sharedStringCount = strings.value(QStringLiteral("count")).toInt();
-    book.sharedStringUnique = strings.value(QStringLiteral("unique")).toInt();
-    for (const QJsonValue& v : root.value(QStringLiteral("sheets")).toArray()) {
-        const QJsonObject s = v.toObject();
-        book.sheets.append(DumpedSheet{s.value(QStringLiteral("title")).toString(),
-            s.value(QStringLiteral("part")).toString(),
-            s.value(QStringLiteral("dimension")).toString(),
-            s.value(QStringLiteral("hidden_ranges")).toArray(),
-            s.value(QStringLiteral("rows")).toArray()});
+    QList<DumpedWorkbook> books;
+    for (const QJsonValue& dump : dumps) {
+        const QJsonObject root = dump.toObject();
+        DumpedWorkbook book;
+        for (const QJsonValue& e : root.value(QStringLiteral("entries")).toArray())
+            book.entries << e.toString();
+        const QJsonObject strings = root.value(QStringLiteral("shared_strings")).toObject();
+        book.sharedStringCount = strings.value(QStringLiteral("count")).toInt();
+        book.sharedStringUnique = strings.value(QStringLiteral("unique")).toInt();
+        for (const QJsonValue& v : root.value(QStringLiteral("sheets")).toArray()) {
+            const QJsonObject s = v.toObject();
+            book.sheets.append(DumpedSheet{s.value(QStringLiteral("title")).toString(),
+                s.value(QStringLiteral("part")).toString(), s.value(QStringLiteral("dimension")).toString(),
+                s.value(QStringLiteral("hidden_ranges")).toArray(), s.value(QStringLiteral("rows")).toArray()});
+        }
+        books.append(book);
     }
-    return book;
+    return books;
+}
+
+inline std::optional<DumpedWorkbook> readWorkbook(const QString& path)
+{
+    const QList<DumpedWorkbook> books = readWorkbooks({path});
+    return books.size() == 1 ? std::optional(books.first()) : std::nullopt;
 }
