@@ -28,25 +28,22 @@ RecordingHost::RecordingHost(Recording recording, SettingsFactory settingsFactor
 
 int RecordingHost::frameCount() const
 {
-    const std::optional<int> count = m_rec.effectiveFrameCount();
-    return count ? *count : Base::frameCount();
+    return m_rec.effectiveFrameCount().value_or(Base::frameCount());
 }
 
 int RecordingHost::firstFrame() const
 {
-    const std::optional<int> first = m_rec.effectiveFirstFrame();
-    return first ? *first : Base::firstFrame();
+    return m_rec.effectiveFirstFrame().value_or(Base::firstFrame());
 }
 
 int RecordingHost::lastFrame() const
 {
-    const std::optional<int> last = m_rec.effectiveLastFrame();
-    return last ? *last : Base::lastFrame();
+    return m_rec.effectiveLastFrame().value_or(Base::lastFrame());
 }
 
 double RecordingHost::frameRate() const
 {
-    return m_rec.frameRate ? *m_rec.frameRate : Base::frameRate();
+    return m_rec.frameRate.value_or(Base::frameRate());
 }
 
 TaviPoseObject RecordingHost::tPose() const
@@ -56,17 +53,17 @@ TaviPoseObject RecordingHost::tPose() const
 
 QString RecordingHost::filename() const
 {
-    return m_rec.filename ? *m_rec.filename : Base::filename();
+    return m_rec.filename.value_or(Base::filename());
 }
 
 QString RecordingHost::subjectName() const
 {
-    return m_rec.subjectName ? *m_rec.subjectName : Base::subjectName();
+    return m_rec.subjectName.value_or(Base::subjectName());
 }
 
 QString RecordingHost::processingQuality() const
 {
-    return m_rec.processingQuality ? *m_rec.processingQuality : Base::processingQuality();
+    return m_rec.processingQuality.value_or(Base::processingQuality());
 }
 
 QString RecordingHost::markerText(int frame) const
@@ -121,12 +118,12 @@ QList<ExternalData> RecordingHost::externalData(int frame) const
 
 int RecordingHost::externalDataCount() const
 {
-    return m_rec.externalDataCount ? *m_rec.externalDataCount : Base::externalDataCount();
+    return m_rec.externalDataCount.value_or(Base::externalDataCount());
 }
 
 QDateTime RecordingHost::recordStartTime() const
 {
-    return m_rec.recordStartTime ? *m_rec.recordStartTime : Base::recordStartTime();
+    return m_rec.recordStartTime.value_or(Base::recordStartTime());
 }
 
 std::unique_ptr<TaviPoseObject> RecordingHost::pose(int frame) const

@@ -25,7 +25,7 @@ class SyntheticRecordingHost : public RecordingHost
 {
 public:
     // Frames 0 .. frameCount - 1; the settings stores come from `settingsFactory`.
-    SyntheticRecordingHost(int frameCount, SettingsFactory settingsFactory = {});
+    explicit SyntheticRecordingHost(int frameCount, SettingsFactory settingsFactory = {});
 
     std::unique_ptr<TaviPoseObject> pose(int frame) const override;
     QList<ExternalData> externalData(int frame) const override;
