@@ -1,5 +1,8 @@
 #include "demorecording.h"
 
+#include "hashedunit.h"
+#include "motionmath.h"
+
 #include <QTimeZone>
 
 #include <array>
@@ -9,105 +12,17 @@
 
 namespace {
 
+using namespace motion;
 using std::numbers::pi;
 
 constexpr double StrideFrequency = 0.9; // strides per second
 constexpr double Omega = 2.0 * pi * StrideFrequency;
 constexpr double HeadingDegrees = 25.0;
 
-double radians(double degrees) { return degrees * pi / 180.0; }
-double degrees(double radians) { return radians * 180.0 / pi; }
-
-struct Vec3
-{
-    double x = 0.0, y = 0.0, z = 0.0;
-};
-
-Vec3 operator+(Vec3 a, Vec3 b) { return {a.x + b.x, a.y + b.y, a.z + b.z}; }
-Vec3 operator-(Vec3 a, Vec3 b) { return {a.x - b.x, a.y - b.y, a.z - b.z}; }
-Vec3 operator*(double s, Vec3 v) { return {s * v.x, s * v.y, s * v.z}; }
-
-Vec3 normalized(Vec3 v)
-{
-    const double length = std::sqrt(v.x * v.x + v.y * v.y + v.z * v.z);
-    return (1.0 / length) * v;
-}
-
-struct Quat
-{
-    double w = 1.0, x = 0.0, y = 0.0, z = 0.0;
-};
-
-Quat operator*(Quat a, Quat b)
-{
-    return {a.w * b.w - a.x * b.x - a.y * b.y - a.z * b.z, a.w * b.x + a.x * b.w + a.y * b.z - a.z * b.y,
-        a.w * b.y - a.x * b.z + a.y * b.w + a.z * b.x, a.w * b.z + a.x * b.y - a.y * b.x + a.z * b.w};
-}
-
-Quat conjugate(Quat q) { return {q.w, -q.x, -q.y, -q.z}; }
-
-Quat axisAngle(Vec3 unitAxis, double angle)
-{
-    const double s = std::sin(angle / 2.0);
-    return {std::cos(angle / 2.0), s * unitAxis.x, s * unitAxis.y, s * unitAxis.z};
-}
-
-Vec3 rotate(Quat q, Vec3 v)
-{
-    const Quat r = q * Quat{0.0, v.x, v.y, v.z} * conjugate(q);
-    return {r.x, r.y, r.z};
-}
-
-ZtVector toZt(Vec3 v) { return ZtVector{v.x, v.y, v.z}; }
-ZtQuaternion toZt(Quat q) { return ZtQuaternion{q.w, q.x, q.y, q.z}; }
-
-// A joint angle given as (x, y, z) of a z-x-y sequence, in degrees, expressed in the x-z-y
-// sequence: the same rotation, decomposed the other way round.
-Vec3 zxyToXzy(Vec3 angles)
-{
-    const double sx = std::sin(radians(angles.x)), cx = std::cos(radians(angles.x));
-    const double sy = std::sin(radians(angles.y)), cy = std::cos(radians(angles.y));
-    const double sz = std::sin(radians(angles.z)), cz = std::cos(radians(angles.z));
-    // R = Rz * Rx * Ry
-    const double r00 = cz * cy - sz * sx * sy;
-    const double r01 = -sz * cx;
-    const double r02 = cz * sy + sz * sx * cy;
-    const double r11 = cz * cx;
-    const double r21 = sx;
-    // R = Rx(a) * Rz(b) * Ry(c): r01 = -sin b, r21 / r11 = tan a, r02 / r00 = tan c.
-    return {degrees(std::atan2(r21, r11)), degrees(std::atan2(r02, r00)), degrees(std::asin(-r01))};
-}
-
-// A scalar moving with time, with its first and second derivatives.
-struct Motion
-{
-    double value = 0.0, rate = 0.0, accel = 0.0;
-};
-
-Motion operator+(Motion a, Motion b) { return {a.value + b.value, a.rate + b.rate, a.accel + b.accel}; }
-Motion operator-(Motion a, Motion b) { return {a.value - b.value, a.rate - b.rate, a.accel - b.accel}; }
-Motion operator*(double s, Motion m) { return {s * m.value, s * m.rate, s * m.accel}; }
-Motion constant(double value) { return {value, 0.0, 0.0}; }
-
 // mean + amplitude * sin(harmonic * Omega * t + phase)
 Motion wave(double mean, double amplitude, double harmonic, double phase, double t)
 {
-    const double w = harmonic * Omega;
-    const double s = std::sin(w * t + phase), c = std::cos(w * t + phase);
-    return {mean + amplitude * s, amplitude * w * c, -amplitude * w * w * s};
-}
-
-// A point moving with time.
-struct Track
-{
-    Vec3 pos, vel, acc;
-};
-
-Track operator+(const Track& track, Vec3 offset) { return {track.pos + offset, track.vel, track.acc}; }
-
-Track track(Motion x, Motion y, Motion z)
-{
-    return {{x.value, y.value, z.value}, {x.rate, y.rate, z.rate}, {x.accel, y.accel, z.accel}};
+    return sine(mean, amplitude, harmonic * Omega, phase, t);
 }
 
 // Limbs swing in the body's sagittal plane: a positive angle turns a hanging limb forward
@@ -115,16 +30,6 @@ Track track(Motion x, Motion y, Motion z)
 const Vec3 SagittalAxis{0.0, -1.0, 0.0};
 const Vec3 RollAxis{1.0, 0.0, 0.0};
 const Vec3 YawAxis{0.0, 0.0, 1.0};
-
-// `base` plus the body-frame vector `arm` turned by `angle` about the sagittal axis.
-Track swing(const Track& base, Motion angle, Vec3 arm)
-{
-    const double s = std::sin(angle.value), c = std::cos(angle.value);
-    const Vec3 turned{c * arm.x - s * arm.z, arm.y, s * arm.x + c * arm.z};
-    const Vec3 turnedRate{-s * arm.x - c * arm.z, 0.0, c * arm.x - s * arm.z}; // d(turned)/d(angle)
-    return {base.pos + turned, base.vel + angle.rate * turnedRate,
-        base.acc + angle.accel * turnedRate - (angle.rate * angle.rate) * turned};
-}
 
 // One segment of the body model: where its origin is and how it is turned, about one
 // body-frame axis, after a fixed rest orientation.
@@ -309,16 +214,6 @@ void placeFingers(TaviPose::Hand& out, Vec3 wrist, Quat hand, Motion grip, doubl
     }
 }
 
-// Deterministic noise in [-1, 1) for EMG sample n of a channel.
-double noise(std::uint64_t n, std::uint64_t channel)
-{
-    std::uint64_t z = n * 0x9E3779B97F4A7C15ull + channel * 0xD1B54A32D192ED03ull + 0x632BE59BD9B4E019ull;
-    z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ull;
-    z = (z ^ (z >> 27)) * 0x94D049BB133111EBull;
-    z ^= z >> 31;
-    return static_cast<double>(z >> 11) * 0x1.0p-52 - 1.0;
-}
-
 // EMG of a thigh muscle in millivolts: bursts while the leg of its side is lifted.
 double emgSample(std::int64_t n, int channel)
 {
@@ -326,7 +221,7 @@ double emgSample(std::int64_t n, int channel)
     const double phase = channel == 0 ? -pi / 2.0 : pi / 2.0;
     const double activation = 0.5 + 0.5 * std::sin(Omega * t + phase);
     const double envelope = 0.015 + 0.45 * std::pow(activation, 4.0);
-    return envelope * noise(static_cast<std::uint64_t>(n), static_cast<std::uint64_t>(channel));
+    return envelope * hashedUnit(static_cast<std::uint64_t>(n), static_cast<std::uint64_t>(channel));
 }
 
 // Fixed mounting offsets of the sensors on their segments.

@@ -1,6 +1,7 @@
 #include "syntheticrecording.h"
 
 #include "demorecording.h"
+#include "hashedunit.h"
 
 #include <QTimeZone>
 
@@ -22,16 +23,6 @@ constexpr int QuaternionsPerPose = 2 * synthetic::SegmentCount + ZtHandCount * F
 
 // The exporter resamples the channels to 2400 samples per second: 10 rows per frame.
 constexpr int ExternalRowsPerFrame = 10;
-
-// Uniform in [-1, 1), fixed for each n.
-double hashedUnit(std::uint64_t n)
-{
-    std::uint64_t z = n * 0x9E3779B97F4A7C15ull + 0x632BE59BD9B4E019ull;
-    z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ull;
-    z = (z ^ (z >> 27)) * 0x94D049BB133111EBull;
-    z ^= z >> 31;
-    return static_cast<double>(z >> 11) * 0x1.0p-52 - 1.0;
-}
 
 std::int64_t firstSampleOf(int frame)
 {
