@@ -47,20 +47,63 @@ public:
         m_out += '"';
     }
 
-    // The next key starts a new line.
+    // The next member of an object starts a new line.
     void lineBreak() { m_breakLine = true; }
 
-    // A key and its colon, after a comma unless it is the first of its object.
-    void key(const char* name, bool& first)
+    // An object; members(object) writes its members, each starting with object.key(name).
+    template <typename Fn>
+    void object(Fn&& members)
     {
-        if (!first)
-            m_out += m_breakLine ? ",\n" : ", ";
-        m_breakLine = false;
-        first = false;
-        m_out += '"';
-        m_out += name;
-        m_out += "\": ";
+        m_out += '{';
+        Members object(*this);
+        members(object);
+        m_out += '}';
     }
+
+    class Members
+    {
+    public:
+        explicit Members(JsonText& json)
+            : m_json(json)
+        {
+        }
+
+        // A key and its colon, after a comma unless it is the first of the object.
+        void key(const char* name)
+        {
+            separate();
+            m_json.m_out += '"';
+            m_json.m_out += name;
+            m_json.m_out += "\": ";
+        }
+        void key(const QString& name)
+        {
+            separate();
+            m_json.string(name);
+            m_json.m_out += ": ";
+        }
+        // The member only when the value is set.
+        template <typename T, typename Fn>
+        void optional(const char* name, const std::optional<T>& value, Fn&& write)
+        {
+            if (value) {
+                key(name);
+                write(*value);
+            }
+        }
+
+    private:
+        void separate()
+        {
+            if (!m_first)
+                m_json.m_out += m_json.m_breakLine ? ",\n" : ", ";
+            m_json.m_breakLine = false;
+            m_first = false;
+        }
+
+        JsonText& m_json;
+        bool m_first = true;
+    };
 
     template <typename List, typename Fn>
     void array(const List& list, Fn&& element)
@@ -96,104 +139,110 @@ private:
     bool m_breakLine = false;
 };
 
-template <typename T, typename Fn>
-void optionalField(JsonText& json, bool& first, const char* name, const std::optional<T>& value, Fn&& write)
-{
-    if (value) {
-        json.key(name, first);
-        write(*value);
-    }
-}
-
 void writeSegment(JsonText& json, const TaviPose::Segment& segment)
 {
-    bool first = true;
-    json.raw("{");
-    json.key("q", first);
-    json.quaternion(segment.q);
-    const std::pair<const char*, const ZtVector*> vectors[] = {
-        {"pos", &segment.pos}, {"vel", &segment.vel}, {"acc", &segment.acc}, {"angVel", &segment.angVel},
-        {"angAcc", &segment.angAcc}};
-    // An empty vector reads the same whether written or left out.
-    for (const auto& [name, values] : vectors) {
-        if (!values->empty()) {
-            json.key(name, first);
-            json.vector(*values);
-        }
-    }
-    json.key("sensorQ", first);
-    json.quaternion(segment.sensorQ);
-    for (const auto& [name, values] : {std::pair{"sensorFreeAcc", &segment.sensorFreeAcc}, std::pair{"sensorMag", &segment.sensorMag}}) {
-        if (!values->empty()) {
-            json.key(name, first);
-            json.vector(*values);
-        }
-    }
-    json.raw("}");
-}
-
-template <typename PerHand>
-void writeHands(JsonText& json, const std::array<TaviPose::Hand, ZtHandCount>& hands, PerHand&& member)
-{
-    json.array(hands, [&](const TaviPose::Hand& hand) { member(hand); });
+    json.object([&](JsonText::Members& object) {
+        // An empty vector reads the same whether written or left out.
+        const auto vectors = [&](std::initializer_list<std::pair<const char*, const ZtVector*>> list) {
+            for (const auto& [name, values] : list) {
+                if (!values->empty()) {
+                    object.key(name);
+                    json.vector(*values);
+                }
+            }
+        };
+        object.key("q");
+        json.quaternion(segment.q);
+        vectors({{"pos", &segment.pos}, {"vel", &segment.vel}, {"acc", &segment.acc}, {"angVel", &segment.angVel},
+            {"angAcc", &segment.angAcc}});
+        object.key("sensorQ");
+        json.quaternion(segment.sensorQ);
+        vectors({{"sensorFreeAcc", &segment.sensorFreeAcc}, {"sensorMag", &segment.sensorMag}});
+    });
 }
 
 void writePose(JsonText& json, const TaviPose& pose)
 {
-    bool first = true;
-    json.raw("{");
-    json.key("segments", first);
-    json.array(pose.segments, [&](const TaviPose::Segment& segment) { writeSegment(json, segment); });
     const auto vectorList = [&](const auto& list) { json.array(list, [&](const ZtVector& v) { json.vector(v); }); };
-    json.key("jointAngles", first);
-    vectorList(pose.jointAngleList);
-    json.key("jointAnglesXzy", first);
-    vectorList(pose.jointAngleXzyList);
-    json.key("ergoJointAngles", first);
-    vectorList(pose.ergoJointAngles);
-    json.key("ergoJointAnglesXzy", first);
-    vectorList(pose.ergoJointAnglesXzy);
-    json.key("centerOfMass", first);
-    json.raw("{\"pos\": ");
-    json.vector(pose.comPos);
-    json.raw(", \"vel\": ");
-    json.vector(pose.comVel);
-    json.raw(", \"acc\": ");
-    json.vector(pose.comAcc);
-    json.raw("}");
-    json.key("globalPosition", first);
-    json.vector(pose.globalPos);
-
-    json.key("fingerTracking", first);
-    json.raw(pose.fingerTrackingPresent ? "{\"hasData\": true, \"segments\": " : "{\"hasData\": false, \"segments\": ");
-    writeHands(json, pose.hands, [&](const TaviPose::Hand& hand) {
-        json.array(hand.segments, [&](const BkeSegmentPose& finger) {
-            json.raw("{\"q\": ");
-            json.quaternion(finger.q);
-            json.raw(", \"pos\": ");
-            json.vector(finger.pos);
-            json.raw("}");
+    // An array of the two hands, member(hand) writing each.
+    const auto hands = [&](auto&& member) { json.array(pose.hands, member); };
+    json.object([&](JsonText::Members& object) {
+        object.key("segments");
+        json.array(pose.segments, [&](const TaviPose::Segment& segment) { writeSegment(json, segment); });
+        object.key("jointAngles");
+        vectorList(pose.jointAngleList);
+        object.key("jointAnglesXzy");
+        vectorList(pose.jointAngleXzyList);
+        object.key("ergoJointAngles");
+        vectorList(pose.ergoJointAngles);
+        object.key("ergoJointAnglesXzy");
+        vectorList(pose.ergoJointAnglesXzy);
+        object.key("centerOfMass");
+        json.object([&](JsonText::Members& com) {
+            com.key("pos");
+            json.vector(pose.comPos);
+            com.key("vel");
+            json.vector(pose.comVel);
+            com.key("acc");
+            json.vector(pose.comAcc);
+        });
+        object.key("globalPosition");
+        json.vector(pose.globalPos);
+        object.key("fingerTracking");
+        json.object([&](JsonText::Members& fingers) {
+            fingers.key("hasData");
+            json.raw(pose.fingerTrackingPresent ? "true" : "false");
+            fingers.key("segments");
+            hands([&](const TaviPose::Hand& hand) {
+                json.array(hand.segments, [&](const BkeSegmentPose& finger) {
+                    json.object([&](JsonText::Members& segment) {
+                        segment.key("q");
+                        json.quaternion(finger.q);
+                        segment.key("pos");
+                        json.vector(finger.pos);
+                    });
+                });
+            });
+            fingers.key("jointAngles");
+            hands([&](const TaviPose::Hand& hand) { vectorList(hand.jointAngles); });
+            fingers.key("jointAnglesXzy");
+            hands([&](const TaviPose::Hand& hand) { vectorList(hand.jointAnglesXzy); });
         });
     });
-    json.raw(", \"jointAngles\": ");
-    writeHands(json, pose.hands, [&](const TaviPose::Hand& hand) { vectorList(hand.jointAngles); });
-    json.raw(", \"jointAnglesXzy\": ");
-    writeHands(json, pose.hands, [&](const TaviPose::Hand& hand) { vectorList(hand.jointAnglesXzy); });
-    json.raw("}}");
 }
 
 void writeFrame(JsonText& json, int number, const RecordingFrame& frame)
 {
-    json.raw("{\"frame\": ");
-    json.integer(number);
-    json.raw(", \"pose\": ");
-    if (frame.pose)
-        writePose(json, frame.pose->pose());
-    else
-        json.raw("null");
-    json.raw(", \"externalData\": ");
-    json.array(frame.externalData, [&](const ExternalData& data) { json.vector(data.samples); });
-    json.raw("}");
+    json.object([&](JsonText::Members& object) {
+        object.key("frame");
+        json.integer(number);
+        object.key("pose");
+        if (frame.pose)
+            writePose(json, frame.pose->pose());
+        else
+            json.raw("null");
+        object.key("externalData");
+        json.array(frame.externalData, [&](const ExternalData& data) { json.vector(data.samples); });
+    });
+}
+
+void writeChannel(JsonText& json, const RecordingChannel& channel)
+{
+    json.object([&](JsonText::Members& object) {
+        object.key("name");
+        json.string(channel.name);
+        object.key("info");
+        if (!channel.info) {
+            json.raw("null");
+            return;
+        }
+        json.object([&](JsonText::Members& info) {
+            for (auto entry = channel.info->cbegin(); entry != channel.info->cend(); ++entry) {
+                info.key(entry.key());
+                json.string(entry.value());
+            }
+        });
+    });
 }
 
 } // namespace
@@ -201,76 +250,65 @@ void writeFrame(JsonText& json, int number, const RecordingFrame& frame)
 QByteArray recordingText(const Recording& rec)
 {
     JsonText json;
-    bool first = true;
-    json.raw("{");
-    json.key("format", first);
-    json.raw("\"tavi-recording\"");
-    json.key("version", first);
-    json.raw("1");
-    const auto text = [&](const QString& value) { json.string(value); };
-    const auto integer = [&](int value) { json.integer(value); };
-    json.lineBreak();
-    optionalField(json, first, "applicationVersion", rec.applicationVersion, text);
-    optionalField(json, first, "filename", rec.filename, text);
-    optionalField(json, first, "subjectName", rec.subjectName, text);
-    optionalField(json, first, "processingQuality", rec.processingQuality, text);
-    optionalField(json, first, "recordStartTime", rec.recordStartTime,
-        [&](const QDateTime& time) { json.string(time.toUTC().toString(Qt::ISODateWithMs)); });
-    optionalField(json, first, "frameRate", rec.frameRate, [&](double rate) { json.number(rate); });
-    optionalField(json, first, "firstFrame", rec.firstFrame, integer);
-    optionalField(json, first, "lastFrame", rec.lastFrame, integer);
-    optionalField(json, first, "frameCount", rec.frameCount, integer);
-    optionalField(json, first, "tPoseSegmentCount", rec.tPoseSegmentCount, integer);
-    optionalField(json, first, "externalDataCount", rec.externalDataCount, integer);
-    json.lineBreak();
-    json.key("markers", first);
-    json.array(rec.markers, [&](const RecordingMarker& marker) {
-        json.raw("{\"frame\": ");
-        json.integer(marker.frame);
-        json.raw(", \"text\": ");
-        json.string(marker.text);
-        json.raw("}");
-    });
-    json.lineBreak();
-    json.key("externalChannels", first);
-    json.array(rec.externalChannels, [&](const RecordingChannel& channel) {
-        json.raw("{\"name\": ");
-        json.string(channel.name);
-        json.raw(", \"info\": ");
-        if (!channel.info) {
-            json.raw("null");
-        } else {
-            bool firstInfo = true;
-            json.raw("{");
-            for (auto entry = channel.info->cbegin(); entry != channel.info->cend(); ++entry) {
-                if (!firstInfo)
-                    json.raw(", ");
-                firstInfo = false;
-                json.string(entry.key());
-                json.raw(": ");
-                json.string(entry.value());
-            }
-            json.raw("}");
-        }
-        json.raw("}");
-    });
-    if (rec.fingerTracking) {
+    json.object([&](JsonText::Members& object) {
+        object.key("format");
+        json.raw("\"tavi-recording\"");
+        object.key("version");
+        json.raw("1");
+        const auto text = [&](const QString& value) { json.string(value); };
+        const auto integer = [&](int value) { json.integer(value); };
         json.lineBreak();
-        json.key("fingerTracking", first);
-        json.raw("{\"segmentNames\": ");
-        json.array(rec.fingerTracking->segmentNames, [&](const QStringList& names) { json.strings(names); });
-        json.raw(", \"jointNames\": ");
-        json.array(rec.fingerTracking->jointNames, [&](const QStringList& names) { json.strings(names); });
-        json.raw("}");
-    }
-    json.raw(",\n\"frames\": [");
-    bool firstFrame = true;
-    for (const int number : rec.frameNumbers()) {
-        json.raw(firstFrame ? "\n" : ",\n");
-        firstFrame = false;
-        writeFrame(json, number, *rec.frame(number));
-    }
-    json.raw("]}\n");
+        object.optional("applicationVersion", rec.applicationVersion, text);
+        object.optional("filename", rec.filename, text);
+        object.optional("subjectName", rec.subjectName, text);
+        object.optional("processingQuality", rec.processingQuality, text);
+        object.optional("recordStartTime", rec.recordStartTime,
+            [&](const QDateTime& time) { json.string(time.toUTC().toString(Qt::ISODateWithMs)); });
+        object.optional("frameRate", rec.frameRate, [&](double rate) { json.number(rate); });
+        object.optional("firstFrame", rec.firstFrame, integer);
+        object.optional("lastFrame", rec.lastFrame, integer);
+        object.optional("frameCount", rec.frameCount, integer);
+        object.optional("tPoseSegmentCount", rec.tPoseSegmentCount, integer);
+        object.optional("externalDataCount", rec.externalDataCount, integer);
+        json.lineBreak();
+        object.key("markers");
+        json.array(rec.markers, [&](const RecordingMarker& marker) {
+            json.object([&](JsonText::Members& member) {
+                member.key("frame");
+                json.integer(marker.frame);
+                member.key("text");
+                json.string(marker.text);
+            });
+        });
+        json.lineBreak();
+        object.key("externalChannels");
+        json.array(rec.externalChannels, [&](const RecordingChannel& channel) { writeChannel(json, channel); });
+        if (rec.fingerTracking) {
+            json.lineBreak();
+            object.key("fingerTracking");
+            json.object([&](JsonText::Members& names) {
+                const auto perHand = [&](const auto& lists) {
+                    json.array(lists, [&](const QStringList& list) { json.strings(list); });
+                };
+                names.key("segmentNames");
+                perHand(rec.fingerTracking->segmentNames);
+                names.key("jointNames");
+                perHand(rec.fingerTracking->jointNames);
+            });
+        }
+        // One line per frame.
+        json.lineBreak();
+        object.key("frames");
+        json.raw("[");
+        bool firstFrame = true;
+        for (const int number : rec.frameNumbers()) {
+            json.raw(firstFrame ? "\n" : ",\n");
+            firstFrame = false;
+            writeFrame(json, number, *rec.frame(number));
+        }
+        json.raw("]");
+    });
+    json.raw("\n");
     return std::move(json.out());
 }
 
