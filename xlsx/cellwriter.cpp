@@ -133,8 +133,10 @@ void CellWriter::cacheRow(int row)
     m_cachedRow = row;
 }
 
-char* CellWriter::writeCellReference(char* out, int row, int column)
+char* CellWriter::beginCell(SheetStream& sheet, int row, int column)
 {
+    sheet.include(row, column);
+    char* out = copyText(sheet.body().reserve(MaxCellSize), "<c r=\"");
     cacheRow(row);
     out = writeColumnLetters(column, out);
     // The whole fixed-size array in one move; the bytes past the digits are overwritten next.
@@ -160,28 +162,18 @@ void CellWriter::writeNumber(SheetStream& sheet, int row, int column, double val
 {
     if ((!(std::abs(value) <= LargestPlainMagnitude) && !printsFinite(value)) || column > MaxColumn)
         return;
-    sheet.include(row, column);
-    PartFile& file = sheet.body();
-    char* out = file.reserve(MaxCellSize);
-    out = copyText(out, "<c r=\"");
-    out = writeCellReference(out, row, column);
-    out = copyText(out, "\"><v>");
+    char* out = copyText(beginCell(sheet, row, column), "\"><v>");
     out = formatG15(out, value);
-    file.commit(copyText(out, "</v></c>"));
+    sheet.body().commit(copyText(out, "</v></c>"));
 }
 
 void CellWriter::writeIntegerCell(SheetStream& sheet, int row, int column, std::string_view middle, int value)
 {
     if (column > MaxColumn)
         return;
-    sheet.include(row, column);
-    PartFile& file = sheet.body();
-    char* out = file.reserve(MaxCellSize);
-    out = copyText(out, "<c r=\"");
-    out = writeCellReference(out, row, column);
-    out = copyText(out, middle);
+    char* out = copyText(beginCell(sheet, row, column), middle);
     out = std::to_chars(out, out + 11, value).ptr;
-    file.commit(copyText(out, "</v></c>"));
+    sheet.body().commit(copyText(out, "</v></c>"));
 }
 
 void CellWriter::writeInt(SheetStream& sheet, int row, int column, int value)

@@ -56,8 +56,9 @@ public:
 private:
     // The row reference text of the current row, formatted once per row.
     void cacheRow(int row);
-    // Column letters and row digits of a cell reference at out; returns the end.
-    char* writeCellReference(char* out, int row, int column);
+    // Counts the cell in the sheet's extent and writes "<c r=\"" and its reference into the
+    // part's buffer; returns the end, where the caller finishes and commits the cell.
+    char* beginCell(SheetStream& sheet, int row, int column);
     // An integer cell: reference, the form's middle ("\"><v>" or the shared-string one), value.
     void writeIntegerCell(SheetStream& sheet, int row, int column, std::string_view middle, int value);
 

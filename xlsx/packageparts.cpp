@@ -1,6 +1,6 @@
 #include "packageparts.h"
 
-#include <charconv>
+#include "worksheet.h"
 
 namespace xlsx {
 
@@ -120,24 +120,16 @@ QString corePropertiesTimestamp(const QDateTime& moment)
 QByteArray coreProperties(const QString& timestamp)
 {
     const QByteArray time = timestamp.toUtf8();
-    QByteArray text;
-    text.reserve(static_cast<qsizetype>(CorePropertiesHead.size() + CorePropertiesMiddle.size()
-                     + CorePropertiesTail.size())
-        + 2 * time.size());
-    text.append(CorePropertiesHead.data(), static_cast<qsizetype>(CorePropertiesHead.size()));
-    text.append(time);
-    text.append(CorePropertiesMiddle.data(), static_cast<qsizetype>(CorePropertiesMiddle.size()));
-    text.append(time);
-    text.append(CorePropertiesTail.data(), static_cast<qsizetype>(CorePropertiesTail.size()));
-    return text;
+    const auto bytes = [](std::string_view text) { return QByteArray(text.data(), static_cast<qsizetype>(text.size())); };
+    return bytes(CorePropertiesHead) + time + bytes(CorePropertiesMiddle) + time + bytes(CorePropertiesTail);
 }
 
 namespace {
 
 void writeDecimal(PartFile& file, int value)
 {
-    char* out = file.reserve(16);
-    file.commit(std::to_chars(out, out + 11, value).ptr);
+    char digits[12];
+    file.write(_itoa(value, digits));
 }
 
 } // namespace
