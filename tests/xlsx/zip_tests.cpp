@@ -1,7 +1,10 @@
+// The archive writer through its public functions. Archives are read back by zip_check.py
+// (layout, headers against directory records, CRCs and contents through Python's zipfile) and
+// by `unzip -t`.
+
 #include "zip.h"
 
 #include <gtest/gtest.h>
-#include <zlib.h>
 
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -9,7 +12,6 @@
 #include <unistd.h>
 #include <utime.h>
 
-#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
@@ -17,155 +19,16 @@
 #include <fstream>
 #include <map>
 #include <random>
-#include <stdexcept>
+#include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace fs = std::filesystem;
 
 namespace {
 
-// Archive and entry contents as bytes in a string.
 using Bytes = std::string;
-using Contents = std::vector<std::pair<std::string, Bytes>>;
-
-Bytes inflateRaw(const Bytes& compressed, std::size_t expectedSize)
-{
-    Bytes out(expectedSize + 1, '\0');
-    z_stream stream{};
-    if (inflateInit2(&stream, -15) != Z_OK)
-        throw std::runtime_error("inflateInit2 failed");
-    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(compressed.data()));
-    stream.avail_in = static_cast<uInt>(compressed.size());
-    stream.next_out = reinterpret_cast<Bytef*>(out.data());
-    stream.avail_out = static_cast<uInt>(out.size());
-    const int status = inflate(&stream, Z_FINISH);
-    const bool consumedAll = stream.avail_in == 0;
-    out.resize(stream.total_out);
-    inflateEnd(&stream);
-    if (status != Z_STREAM_END || !consumedAll)
-        throw std::runtime_error("raw deflate stream is broken or has trailing bytes");
-    return out;
-}
-
-// The fields a local header and its central-directory record both carry, in their order.
-struct SharedFields
-{
-    std::uint16_t versionNeeded, flags, method, time, date;
-    std::uint32_t crc, compressedSize, uncompressedSize;
-    std::uint16_t nameLength, extraLength;
-    bool operator==(const SharedFields&) const = default;
-};
-
-struct Entry
-{
-    SharedFields central, local;
-    std::uint16_t versionMadeBy, commentLength;
-    std::uint32_t externalAttributes, headerOffset;
-    std::string name, localName;
-    Bytes data; // as stored after the local header
-
-    Bytes contents() const { return central.method == 8 ? inflateRaw(data, central.uncompressedSize) : data; }
-};
-
-Bytes readFile(const fs::path& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    return Bytes(std::istreambuf_iterator<char>(in), {});
-}
-
-struct Reader
-{
-    const Bytes& bytes;
-    std::size_t at;
-
-    Bytes take(std::size_t count)
-    {
-        if (at + count > bytes.size())
-            throw std::runtime_error("archive truncated at offset " + std::to_string(at));
-        at += count;
-        return bytes.substr(at - count, count);
-    }
-    std::uint32_t littleEndian(std::size_t size)
-    {
-        const Bytes field = take(size);
-        std::uint32_t value = 0;
-        for (std::size_t i = size; i-- > 0;)
-            value = value << 8 | static_cast<std::uint8_t>(field[i]);
-        return value;
-    }
-    std::uint16_t u16() { return static_cast<std::uint16_t>(littleEndian(2)); }
-    std::uint32_t u32() { return littleEndian(4); }
-    void expect(std::uint32_t value, const char* what)
-    {
-        if (u32() != value)
-            throw std::runtime_error(what);
-    }
-    SharedFields shared() { return {u16(), u16(), u16(), u16(), u16(), u32(), u32(), u32(), u16(), u16()}; }
-};
-
-// Reads an archive laid out as this writer lays it out, or throws: entries back to back from
-// offset 0, the central directory right after the last, then the end record. Walks the end
-// record, the directory and every local header, as a reader would.
-std::vector<Entry> parseArchive(const fs::path& path)
-{
-    const Bytes bytes = readFile(path);
-    if (bytes.size() < 22)
-        throw std::runtime_error("no end record");
-    Reader end{bytes, bytes.size() - 22};
-    end.expect(0x06054b50, "bad end record");
-    end.expect(0, "archive spans disks");
-    const std::uint16_t entriesOnDisk = end.u16(), totalEntries = end.u16();
-    const std::uint32_t directorySize = end.u32(), directoryOffset = end.u32();
-    if (end.u16() != 0 || entriesOnDisk != totalEntries || directoryOffset + directorySize != bytes.size() - 22)
-        throw std::runtime_error("end record fields do not match the archive");
-    std::vector<Entry> entries;
-    Reader directory{bytes, directoryOffset};
-    std::size_t entriesEnd = 0;
-    for (unsigned i = 0; i < totalEntries; ++i) {
-        directory.expect(0x02014b50, "bad central record signature");
-        Entry entry{};
-        entry.versionMadeBy = directory.u16();
-        entry.central = directory.shared();
-        entry.commentLength = directory.u16();
-        directory.expect(0, "disk start or internal attributes set");
-        entry.externalAttributes = directory.u32();
-        entry.headerOffset = directory.u32();
-        entry.name = directory.take(entry.central.nameLength + entry.central.extraLength + entry.commentLength);
-        if (entry.headerOffset != entriesEnd)
-            throw std::runtime_error("entry " + entry.name + " does not follow the one before");
-
-        Reader local{bytes, entry.headerOffset};
-        local.expect(0x04034b50, "bad local header signature");
-        entry.local = local.shared();
-        entry.localName = local.take(entry.local.nameLength + entry.local.extraLength);
-        entry.data = local.take(entry.local.compressedSize);
-        entriesEnd = local.at;
-        entries.push_back(std::move(entry));
-    }
-    if (entriesEnd != directoryOffset || directory.at != directoryOffset + directorySize)
-        throw std::runtime_error("the directory does not follow the entries or its size does not match its records");
-    return entries;
-}
-
-std::time_t localMoment(int year, int month, int day, int hour, int minute, int second)
-{
-    std::tm local{};
-    local.tm_year = year - 1900;
-    local.tm_mon = month - 1;
-    local.tm_mday = day;
-    local.tm_hour = hour;
-    local.tm_min = minute;
-    local.tm_sec = second;
-    local.tm_isdst = -1;
-    return std::mktime(&local);
-}
-
-std::time_t fromDos(const SharedFields& fields)
-{
-    return localMoment((fields.date >> 9) + 1980, (fields.date >> 5) & 0x0F, fields.date & 0x1F, fields.time >> 11,
-        (fields.time >> 5) & 0x3F, (fields.time & 0x1F) * 2);
-}
 
 struct CommandResult
 {
@@ -185,6 +48,51 @@ CommandResult run(const std::string& command)
     const int status = pclose(pipe);
     result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     return result;
+}
+
+// An entry as zip_check.py lists it.
+struct Listed
+{
+    std::string name;
+    int method, versionNeeded, flags;
+    std::string stamp;
+    std::size_t storedSize;
+    std::string attributes, madeBy, storedDigest;
+};
+
+// Checks the archive (and its contents against `expectedDir`, if given) and lists its entries.
+std::vector<Listed> checkArchive(const fs::path& archive, const fs::path& expectedDir = {})
+{
+    std::string command = TAVI_PYTHON3 " '" ZIP_CHECK_SCRIPT "' '" + archive.string() + "'";
+    if (!expectedDir.empty())
+        command.append(" '").append(expectedDir.string()).append("'");
+    const CommandResult python = run(command);
+    EXPECT_EQ(python.exitCode, 0) << python.output;
+    std::vector<Listed> entries;
+    std::istringstream lines(python.output);
+    for (Listed e; lines >> e.name >> e.method >> e.versionNeeded >> e.flags >> e.stamp >> e.storedSize >> e.attributes >> e.madeBy >> e.storedDigest;)
+        entries.push_back(e);
+    return entries;
+}
+
+std::time_t localMoment(int year, int month, int day, int hour, int minute, int second)
+{
+    std::tm local{};
+    local.tm_year = year - 1900;
+    local.tm_mon = month - 1;
+    local.tm_mday = day;
+    local.tm_hour = hour;
+    local.tm_min = minute;
+    local.tm_sec = second;
+    local.tm_isdst = -1;
+    return std::mktime(&local);
+}
+
+std::time_t fromStamp(const std::string& stamp)
+{
+    int year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0;
+    std::sscanf(stamp.c_str(), "%d-%d-%dT%d:%d:%d", &year, &month, &day, &hour, &minute, &second);
+    return localMoment(year, month, day, hour, minute, second);
 }
 
 Bytes randomBytes(std::size_t size, unsigned seed)
@@ -284,7 +192,7 @@ TEST_F(zip_writer, MisuseAndFailuresGiveNullOrTheirCodes)
     EXPECT_EQ(zip_entry_open(zip, nullptr), ZIP_EINVENTNAME);
     EXPECT_EQ(zip_entry_open(zip, ""), ZIP_EINVENTNAME);
     EXPECT_EQ(zip_close(zip), 0);
-    EXPECT_TRUE(parseArchive(path).empty());
+    EXPECT_TRUE(checkArchive(path).empty());
     EXPECT_EQ(fs::file_size(path), 22u); // an end record and nothing else
 
     const fs::path socketPath = dir / "sock";
@@ -305,37 +213,34 @@ TEST_F(zip_writer, MisuseAndFailuresGiveNullOrTheirCodes)
     zip_close(zip);
     close(socketFd);
 
-    const std::pair<int, const char*> messages[] = {{-1, "not initialized"}, {-6, "no zip 64 support"},
-        {-8, "cannot write data to entry"}, {-16, "cannot open file"}, {-18, "extracting data using no memory allocation"},
-        {-29, "fwrite error"}};
-    for (const auto& [code, message] : messages)
-        EXPECT_STREQ(zip_strerror(code), message);
+    EXPECT_STREQ(zip_strerror(-1), "not initialized");
+    EXPECT_STREQ(zip_strerror(-6), "no zip 64 support");
+    EXPECT_STREQ(zip_strerror(-29), "fwrite error");
     for (int code : {1, 0, -30})
         EXPECT_EQ(zip_strerror(code), nullptr) << code;
 }
 
 // At every kind of level, entries written from memory, copied from files (taking their time and
-// mode), and abandoned (by opening the next entry, or by closing the archive while one is open),
-// read back by the parser, by zlib, by unzip and by Python's zipfile (which check the CRCs).
+// mode), and abandoned (by opening the next entry, or by closing the archive while one is open).
 TEST_F(zip_writer, EveryKindOfEntryReadsBackAtEveryLevel)
 {
     const std::time_t moment = localMoment(2021, 6, 15, 13, 45, 30);
     const Bytes csv = sheetText(150000); // several copy chunks
     const fs::path readOnly = makeFile("source/data.csv", csv, 0444, moment);
-    const fs::path script = makeFile("source/run.sh", "#!/bin/sh\necho hi\n", 0755, moment + 3600);
+    const Bytes script = "#!/bin/sh\necho hi\n";
+    const fs::path executable = makeFile("source/run.sh", script, 0755, moment + 3600);
     const Bytes prefix = "# prefix\n";
     const Bytes dropped = randomBytes(200000, 5);
-    Contents expected = {{"xl/a/b.xml", "<?xml version=\"1.0\"?><a/>"},
-        {"xl/worksheets/sheet1.xml", sheetText(4 << 20)},
-        {"xl/media/blob.bin", randomBytes(4 << 20, 9)},
-        {"empty.txt", {}}};
-    const std::size_t fromMemory = expected.size();
-    expected.insert(expected.end(), {{"copied/data.csv", csv}, {"bin/run.sh", prefix + readFile(script)}});
+    const Bytes sheet = sheetText(4 << 20);
+    const std::vector<std::pair<std::string, Bytes>> fromMemory = {{"xl/a/b.xml", "<?xml version=\"1.0\"?><a/>"},
+        {"xl/worksheets/sheet1.xml", sheet}, {"xl/media/blob.bin", randomBytes(4 << 20, 9)}, {"empty.txt", {}}};
     const fs::path expectedDir = dir / "expected";
-    for (const auto& [name, data] : expected)
+    for (const auto& [name, data] : fromMemory)
         writeFile(expectedDir / name, data);
+    writeFile(expectedDir / "copied/data.csv", csv);
+    writeFile(expectedDir / "bin/run.sh", prefix + script);
 
-    std::map<int, Bytes> compressedSheet;
+    std::map<int, Listed> listedSheet;
     for (int level : {-1, 0, 1, 2, 4, 5, 6, 10}) {
         SCOPED_TRACE(level);
         const fs::path path = dir / ("entries" + std::to_string(level) + ".zip");
@@ -344,9 +249,9 @@ TEST_F(zip_writer, EveryKindOfEntryReadsBackAtEveryLevel)
         ASSERT_NE(zip, nullptr);
         ASSERT_EQ(zip_entry_open(zip, "dropped.bin"), 0);
         ASSERT_EQ(zip_entry_write(zip, dropped.data(), dropped.size()), 0);
-        for (std::size_t i = 0; i < fromMemory; ++i) {
-            ASSERT_EQ(zip_entry_open(zip, i == 0 ? "xl\\a\\b.xml" : expected[i].first.c_str()), 0);
-            writeInPieces(zip, expected[i].second);
+        for (const auto& [name, data] : fromMemory) {
+            ASSERT_EQ(zip_entry_open(zip, name == "xl/a/b.xml" ? "xl\\a\\b.xml" : name.c_str()), 0);
+            writeInPieces(zip, data);
             ASSERT_EQ(zip_entry_close(zip), 0);
         }
         ASSERT_EQ(zip_entry_open(zip, "copied/data.csv"), 0);
@@ -354,7 +259,7 @@ TEST_F(zip_writer, EveryKindOfEntryReadsBackAtEveryLevel)
         ASSERT_EQ(zip_entry_close(zip), 0);
         ASSERT_EQ(zip_entry_open(zip, "bin/run.sh"), 0);
         ASSERT_EQ(zip_entry_write(zip, prefix.data(), prefix.size()), 0);
-        ASSERT_EQ(zip_entry_fwrite(zip, script.c_str()), 0);
+        ASSERT_EQ(zip_entry_fwrite(zip, executable.c_str()), 0);
         ASSERT_EQ(zip_entry_close(zip), 0);
         ASSERT_EQ(zip_entry_open(zip, "unclosed.bin"), 0);
         ASSERT_EQ(zip_entry_write(zip, dropped.data(), dropped.size()), 0);
@@ -362,55 +267,44 @@ TEST_F(zip_writer, EveryKindOfEntryReadsBackAtEveryLevel)
         const std::time_t after = std::time(nullptr);
 
         // The entries follow each other from offset 0: the dropped entry's bytes are written over.
-        const std::vector<Entry> entries = parseArchive(path);
-        ASSERT_EQ(entries.size(), expected.size());
-        for (std::size_t i = 0; i < expected.size(); ++i) {
-            const auto& [name, data] = expected[i];
-            const Entry& entry = entries[i];
-            SCOPED_TRACE(name);
-            EXPECT_EQ(entry.name, name);
-            EXPECT_EQ(entry.localName, name);
-            EXPECT_TRUE(entry.local == entry.central);
-            EXPECT_EQ(entry.central.versionNeeded, level == 0 ? 0 : 20);
-            EXPECT_EQ(entry.central.method, level == 0 ? 0 : 8);
-            EXPECT_EQ(entry.central.flags, 0);
-            EXPECT_EQ(entry.central.extraLength, 0);
-            EXPECT_EQ(entry.commentLength, 0);
-            EXPECT_EQ(entry.central.uncompressedSize, data.size());
-            EXPECT_TRUE(entry.contents() == data);
-            EXPECT_EQ(entry.versionMadeBy >> 8, 3); // Unix, so the mode bits count
-            if (i < fromMemory) {
-                EXPECT_EQ(entry.externalAttributes, 0x81A40000u);
-                EXPECT_GE(fromDos(entry.central), before - 2);
-                EXPECT_LE(fromDos(entry.central), after);
+        const std::vector<Listed> entries = checkArchive(path, expectedDir);
+        ASSERT_EQ(entries.size(), fromMemory.size() + 2);
+        for (std::size_t i = 0; i < entries.size(); ++i) {
+            const Listed& entry = entries[i];
+            SCOPED_TRACE(entry.name);
+            EXPECT_EQ(entry.method, level == 0 ? 0 : 8);
+            EXPECT_EQ(entry.versionNeeded, level == 0 ? 0 : 20);
+            EXPECT_EQ(entry.flags, 0);
+            EXPECT_EQ(entry.madeBy.substr(0, 2), "03"); // Unix, so the mode bits count
+            if (i < fromMemory.size()) {
+                EXPECT_EQ(entry.name, fromMemory[i].first);
+                EXPECT_EQ(entry.attributes, "81a40000");
+                EXPECT_GE(fromStamp(entry.stamp), before - 2);
+                EXPECT_LE(fromStamp(entry.stamp), after);
             }
         }
-        compressedSheet[level] = entries[1].data;
+        // 0444 and 0755 are ORed into 0644; the read-only file also gets the DOS read-only bit.
+        const auto copied = [&](std::size_t i) { return std::tie(entries[i].name, entries[i].stamp, entries[i].attributes); };
+        EXPECT_EQ(copied(4), std::make_tuple("copied/data.csv", "2021-06-15T13:45:30", "81a40001"));
+        EXPECT_EQ(copied(5), std::make_tuple("bin/run.sh", "2021-06-15T14:45:30", "81ed0000"));
+        listedSheet[level] = entries[1];
 
         const CommandResult unzip = run("unzip -t '" + path.string() + "'");
         EXPECT_EQ(unzip.exitCode, 0) << unzip.output;
         EXPECT_NE(unzip.output.find("No errors detected"), std::string::npos) << unzip.output;
-        const CommandResult python = run(std::string(TAVI_PYTHON3) + " '" ZIP_CHECK_SCRIPT "' '"
-            + path.string() + "' '" + expectedDir.string() + "'");
-        ASSERT_EQ(python.exitCode, 0) << python.output;
-        // 0444 and 0755 are ORed into 0644; the read-only file also gets the DOS read-only bit.
-        const std::string method = level == 0 ? " 0 " : " 8 ";
-        for (const std::string& line : {"copied/data.csv" + method + "2021-06-15T13:45:30 81a40001\n",
-                 "bin/run.sh" + method + "2021-06-15T14:45:30 81ed0000\n"})
-            EXPECT_NE(python.output.find(line), std::string::npos) << line << python.output;
     }
 
-    const Bytes& sheet = expected[1].second;
-    EXPECT_TRUE(compressedSheet[0] == sheet);
+    EXPECT_EQ(listedSheet[0].storedSize, sheet.size()); // stored as it is
     // A negative level means the default, 6; 6..10, 2..5 and 1 are three different settings.
-    EXPECT_TRUE(compressedSheet[-1] == compressedSheet[6]);
-    EXPECT_TRUE(compressedSheet[10] == compressedSheet[6]);
-    EXPECT_TRUE(compressedSheet[2] == compressedSheet[5]);
-    EXPECT_TRUE(compressedSheet[4] == compressedSheet[5]);
-    EXPECT_FALSE(compressedSheet[1] == compressedSheet[2]);
-    EXPECT_FALSE(compressedSheet[5] == compressedSheet[6]);
-    EXPECT_GE(compressedSheet[1].size(), compressedSheet[6].size());
-    EXPECT_LT(compressedSheet[6].size(), sheet.size() / 2);
+    const auto stored = [&](int level) { return listedSheet[level].storedDigest; };
+    EXPECT_EQ(stored(-1), stored(6));
+    EXPECT_EQ(stored(10), stored(6));
+    EXPECT_EQ(stored(2), stored(5));
+    EXPECT_EQ(stored(4), stored(5));
+    EXPECT_NE(stored(1), stored(2));
+    EXPECT_NE(stored(5), stored(6));
+    EXPECT_GE(listedSheet[1].storedSize, listedSheet[6].storedSize);
+    EXPECT_LT(listedSheet[6].storedSize, sheet.size() / 2);
 }
 
 TEST_F(zip_writer, EntryCountStopsAtTheClassicLimit)
@@ -425,13 +319,9 @@ TEST_F(zip_writer, EntryCountStopsAtTheClassicLimit)
     EXPECT_EQ(zip_entry_open(zip, "one-too-many"), ZIP_ENOSUP64);
     zip_close(zip);
 
-    const std::vector<Entry> entries = parseArchive(path);
+    const std::vector<Listed> entries = checkArchive(path);
     ASSERT_EQ(entries.size(), 65535u);
     EXPECT_EQ(entries.back().name, "65534");
-    const CommandResult count = run(std::string(TAVI_PYTHON3)
-        + " -c 'import sys, zipfile; print(len(zipfile.ZipFile(sys.argv[1]).infolist()))' '" + path.string() + "'");
-    EXPECT_EQ(count.exitCode, 0) << count.output;
-    EXPECT_EQ(count.output, "65535\n");
 }
 
 } // namespace
