@@ -246,84 +246,71 @@ TEST_F(PartText, RowsAndCellForms)
 }
 
 // Texts join the table on first use; every string cell counts. The table is UTF-8 with & < >
-// escaped and the characters XML 1.0 forbids left out.
+// escaped and the characters XML 1.0 forbids left out, written so that clients read the texts
+// back as they were: blanks at either end kept, a carriage return as a reference, the
+// underscore of a literal _xHHHH_ escaped, and a text longer than a cell holds cut to 32,767
+// UTF-16 units without splitting a surrogate pair.
 TEST_F(PartText, SharedStringTable)
 {
-    const QString markup = QStringLiteral("R&D <left> \"1\" 'a'");
     const QString international = QStringLiteral("Überkopf – 肩関節 ✓");
-    const QString controls = QString::fromLatin1(
-                                 "a\x01"
-                                 "b\x1f"
-                                 "c\td\ne\rf")
-        + QChar(0xFFFE) + QChar(0xFFFF) + QLatin1Char('g');
-    const QString frame = QStringLiteral("Frame"), lowerFrame = QStringLiteral("frame"), marker = QStringLiteral("Marker Text");
+    const QString emoji = QStringLiteral("\U0001F600");
+    const QString exactLength = QString(32765, QLatin1Char('b')) + emoji;
+    const QString frame = QStringLiteral("Frame"), lowerFrame = QStringLiteral("frame");
     cells.setHeaders(file, {frame, lowerFrame, frame});
     cells.writeString(file, 2, 2, lowerFrame);
-    cells.writeString(file, 2, 3, marker);
-    for (const QString& value : {markup, international, controls})
-        cells.writeString(file, 3, 1, value);
-    EXPECT_EQ(text(), "<sheetData><row r=\"1\" spans=\"1:3\">" + stringCell("A1", 0) + stringCell("B1", 1) + stringCell("C1", 0) + stringCell("B2", 1) + stringCell("C2", 2) + stringCell("A3", 3) + stringCell("A3", 4) + stringCell("A3", 5));
-    EXPECT_EQ(cells.sharedStrings(), QStringList({frame, lowerFrame, marker, markup, international, controls}));
-    EXPECT_EQ(cells.stringCellCount(), 8);
+    const QString texts[] = {QStringLiteral("R&D <left> \"1\" 'a'"), international,
+        QString::fromLatin1("a\x01"
+                            "b\x1f"
+                            "c\td\ne\rf")
+            + QChar(0xFFFE) + QChar(0xFFFF) + QLatin1Char('g'),
+        QStringLiteral(" lead"), QStringLiteral("trail\t"), QStringLiteral("\nboth "), QStringLiteral("a\r\nb\rc"),
+        QStringLiteral("_x0041_ _X0041_ _x00e9_ _x12G4_ _x004_"), QStringLiteral("_x0041_x0042__x005F_"),
+        QStringLiteral("in\x01ner \x02"), QString(32766, QLatin1Char('a')) + emoji + QStringLiteral("tail"), exactLength};
+    for (const QString& text : texts)
+        cells.writeString(file, 3, 1, text);
+    std::string expectedCells = "<sheetData><row r=\"1\" spans=\"1:3\">" + stringCell("A1", 0) + stringCell("B1", 1) + stringCell("C1", 0) + stringCell("B2", 1);
+    for (int i = 0; i < 12; ++i)
+        expectedCells += stringCell("A3", i + 2);
+    EXPECT_EQ(text(), expectedCells);
+    EXPECT_EQ(cells.sharedStrings(), QStringList({frame, lowerFrame}) + QStringList(std::begin(texts), std::end(texts)));
+    EXPECT_EQ(cells.stringCellCount(), 16);
 
     xlsx::PartFile table;
     xlsx::createBasic(table, dir.filePath(QStringLiteral("sharedStrings.xml")));
     cells.writeSharedStringTable(table);
     EXPECT_FALSE(table.isOpen());
-    EXPECT_EQ(readFile(dir.filePath(QStringLiteral("sharedStrings.xml"))),
-        "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n"
-        "<sst xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\" count=\"8\" uniqueCount=\"6\">"
-        "<si><t>Frame</t></si><si><t>frame</t></si><si><t>Marker Text</t></si>"
+    const std::string written = readFile(dir.filePath(QStringLiteral("sharedStrings.xml")));
+    EXPECT_NE(written.find(" count=\"16\" uniqueCount=\"14\">"), std::string::npos) << written.substr(0, 200);
+    EXPECT_EQ(written.substr(written.find("<si>")),
+        "<si><t>Frame</t></si><si><t>frame</t></si>"
         "<si><t>R&amp;D &lt;left&gt; \"1\" 'a'</t></si><si><t>"
             + international.toStdString() +
             "</t></si>"
-            "<si><t>abc\td\ne&#13;fg</t></si></sst>");
+            "<si><t>abc\td\ne&#13;fg</t></si>"
+            "<si><t xml:space=\"preserve\"> lead</t></si>"
+            "<si><t xml:space=\"preserve\">trail\t</t></si>"
+            "<si><t xml:space=\"preserve\">\nboth </t></si>"
+            "<si><t>a&#13;\nb&#13;c</t></si>"
+            "<si><t>_x005F_x0041_ _X0041_ _x005F_x00e9_ _x12G4_ _x004_</t></si>"
+            "<si><t>_x005F_x0041_x005F_x0042__x005F_x005F_</t></si>"
+            "<si><t xml:space=\"preserve\">inner </t></si>"
+            "<si><t>"
+            + std::string(32766, 'a') +
+            "</t></si>"
+            "<si><t>"
+            + exactLength.toStdString() + "</t></si></sst>");
 
     cells.reset();
     EXPECT_TRUE(cells.sharedStrings().isEmpty());
     EXPECT_EQ(cells.stringCellCount(), 0);
     file.open(dir.path(), 1);
-    cells.writeString(file, 1, 1, marker);
+    cells.writeString(file, 1, 1, frame);
     EXPECT_EQ(text(), stringCell("A1", 0));
 }
 
-// Texts are written so that clients read them back as they were: blanks at either end kept, a
-// carriage return as a reference, the underscore of a literal _xHHHH_ escaped, and a text longer
-// than a cell holds cut to 32,767 UTF-16 units without splitting a surrogate pair.
-TEST_F(PartText, StringItemsReadBackAsTheText)
-{
-    const QString emoji = QStringLiteral("\U0001F600");
-    const QString longText = QString(32766, QLatin1Char('a')) + emoji + QStringLiteral("tail");
-    const QString exactLength = QString(32765, QLatin1Char('b')) + emoji;
-    const QString texts[] = {QStringLiteral(" lead"), QStringLiteral("trail\t"), QStringLiteral("\nboth "),
-        QStringLiteral("a\r\nb\rc"), QStringLiteral("_x0041_ _X0041_ _x00e9_ _x12G4_ _x004_"),
-        QStringLiteral("_x0041_x0042__x005F_"), QStringLiteral("in\x01ner \x02"),
-        longText, exactLength};
-    for (const QString& text : texts)
-        cells.writeString(file, 1, 1, text);
-    xlsx::PartFile table;
-    xlsx::createBasic(table, dir.filePath(QStringLiteral("sharedStrings.xml")));
-    cells.writeSharedStringTable(table);
-    const std::string written = readFile(dir.filePath(QStringLiteral("sharedStrings.xml")));
-    const std::string items = written.substr(written.find("<si>"));
-    EXPECT_EQ(items,
-        "<si><t xml:space=\"preserve\"> lead</t></si>"
-        "<si><t xml:space=\"preserve\">trail\t</t></si>"
-        "<si><t xml:space=\"preserve\">\nboth </t></si>"
-        "<si><t>a&#13;\nb&#13;c</t></si>"
-        "<si><t>_x005F_x0041_ _X0041_ _x005F_x00e9_ _x12G4_ _x004_</t></si>"
-        "<si><t>_x005F_x0041_x005F_x0042__x005F_x005F_</t></si>"
-        "<si><t xml:space=\"preserve\">inner </t></si>"
-        "<si><t>"
-            + std::string(32766, 'a') +
-            "</t></si>"
-            "<si><t>"
-            + exactLength.toStdString() + "</t></si></sst>");
-}
-
-// Number cells hold what snprintf("%.15g") gives in the C locale, for many kinds of values, also
-// under a German locale, where a cell crosses the part file's buffer, and around a write larger
-// than the buffer.
+// Number cells hold what snprintf("%.15g") gives in the C locale (the formatter itself is checked
+// over millions of values by numberformat_tests), also under a German locale, where a cell
+// crosses the part file's buffer, and around a write larger than the buffer.
 TEST_F(PartText, NumberCellsHoldTheCLocalePrintfText)
 {
     ASSERT_STREQ(std::setlocale(LC_NUMERIC, nullptr), "C");
@@ -333,18 +320,7 @@ TEST_F(PartText, NumberCellsHoldTheCLocalePrintfText)
         std::numeric_limits<double>::min(), std::numeric_limits<double>::denorm_min(),
         1.79769313486231e308, -1.79769313486231e308};
     for (int i = -100000; i <= 100000; i += 7)
-        values.push_back(i);
-    std::mt19937_64 random(20260404);
-    std::uniform_real_distribution<double> mantissa(-10.0, 10.0);
-    std::uniform_int_distribution<int> exponent(-324, 308);
-    for (int i = 0; i < 200000; ++i) {
-        const std::uint64_t bits = random();
-        double anyBits;
-        std::memcpy(&anyBits, &bits, sizeof anyBits);
-        for (double value : {mantissa(random) * std::pow(10.0, exponent(random)), anyBits})
-            if (std::isfinite(value))
-                values.push_back(value);
-    }
+        values.push_back(i / 64.0);
     std::vector<std::string> printed;
     for (double value : values)
         printed.push_back(printfNumber(value));
