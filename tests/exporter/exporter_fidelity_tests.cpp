@@ -95,17 +95,12 @@ TEST_F(ExportTest, EveryClientReadsEveryCell)
         rec.appendFrame(frame, data);
     }
 
-    RecordingHost host(rec);
-    MemorySettingsSynchronizer settings(exportSettingDefaults(), exportSettingDescriptions());
-    settings.setValue(QStringLiteral("frameSkip"), 2); // frames 0, 3, 6, 9
+    ExportSession session(rec);
+    session.settings.setValue(QStringLiteral("frameSkip"), 2); // frames 0, 3, 6, 9
     {
-        ExcelExporter exporter(host, &settings);
+        ExcelExporter exporter(session.host, &session.settings);
         exporter.setRowLimit(RowLimit);
-        ASSERT_TRUE(exporter.initialize(target()));
-        for (int frame : host.frameNumbers())
-            ASSERT_TRUE(exporter.exportFrame(frame)) << exporter.lastError().toStdString();
-        exporter.finalize(false);
-        ASSERT_EQ(exporter.lastError(), QString());
+        ASSERT_EQ(session.run(exporter, target()), QString());
         EXPECT_EQ(exporter.continuationSheets(), QStringList({"External Data 2", "External Data 3"}));
     }
     const auto book = readWithClients(target(), dir.path());

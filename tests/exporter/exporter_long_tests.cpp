@@ -24,17 +24,12 @@ TEST_F(ExportTest, ExternalDataPastTheRowLimitContinuesWithoutLosingARow)
         rec.appendFrame(frame, RecordingFrame{nullptr, {block}});
     }
 
-    RecordingHost host(rec);
-    MemorySettingsSynchronizer settings(exportSettingDefaults(), exportSettingDescriptions());
+    ExportSession session(rec);
     for (const SheetEntry& entry : sheetCatalogue)
-        settings.setValue(QString::fromLatin1(entry.key), entry.id == SheetId::ExternalData);
+        session.settings.setValue(QString::fromLatin1(entry.key), entry.id == SheetId::ExternalData);
     {
-        ExcelExporter exporter(host, &settings);
-        ASSERT_TRUE(exporter.initialize(target()));
-        for (int frame : host.frameNumbers())
-            ASSERT_TRUE(exporter.exportFrame(frame)) << exporter.lastError().toStdString();
-        exporter.finalize(false);
-        ASSERT_EQ(exporter.lastError(), QString());
+        ExcelExporter exporter(session.host, &session.settings);
+        ASSERT_EQ(session.run(exporter, target()), QString());
         EXPECT_EQ(exporter.continuationSheets(), QStringList({"External Data 2"}));
     }
 

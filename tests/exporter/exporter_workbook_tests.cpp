@@ -319,14 +319,7 @@ TEST_F(ExportTest, TextsAreEscapedAndNonFiniteNumbersLeftOut)
     pose.segments[4].pos = ZtVector{std::nan(""), 1.5, INFINITY};
     rec.appendFrame(1, RecordingFrame{std::make_shared<const ConcreteTaviPose>(pose), {}});
 
-    RecordingHost host(rec);
-    MemorySettingsSynchronizer settings(exportSettingDefaults());
-    ExcelExporter exporter(host, &settings);
-    ASSERT_TRUE(exporter.initialize(target()));
-    ASSERT_TRUE(exporter.exportFrame(0));
-    ASSERT_TRUE(exporter.exportFrame(1));
-    exporter.finalize(false);
-    ASSERT_EQ(exporter.lastError(), QString());
+    ASSERT_EQ(ExportSession(rec).run(target()), QString());
     const auto book = readWorkbook(target());
     ASSERT_TRUE(book);
     EXPECT_EQ(book->sheet(External)->text(1, 3), QStringLiteral("EMG <left> & \u00e9t\u00e9"));

@@ -51,8 +51,11 @@ protected:
 struct ExportSession
 {
     explicit ExportSession(const testrec::Options& o = {})
-        : host(testrec::makeRecording(o))
-        , settings(exportSettingDefaults())
+        : ExportSession(testrec::makeRecording(o))
+    { }
+    explicit ExportSession(Recording recording)
+        : host(std::move(recording))
+        , settings(exportSettingDefaults(), exportSettingDescriptions())
     { }
 
     // Drives the exporter as the host does; the last error, empty on success.
