@@ -4,30 +4,37 @@ namespace {
 
 constexpr qsizetype MostQuotedCharacters = 100;
 
+// C0 and C1 controls and DEL would move the cursor or start terminal escapes.
+bool isControl(char16_t code)
+{
+    return code < 0x20 || (code >= 0x7f && code < 0xa0);
+}
+
+struct ShortEscape
+{
+    char16_t character;
+    QLatin1String text;
+};
+constexpr ShortEscape ShortEscapes[] = {
+    {u'\n', QLatin1String("\\n")},
+    {u'\r', QLatin1String("\\r")},
+    {u'\t', QLatin1String("\\t")},
+    {u'"', QLatin1String("\\\"")},
+    {u'\\', QLatin1String("\\\\")},
+};
+
+// The character as it stands in a quoted value: escaped when it is a control, a quote or a
+// backslash.
 void appendEscaped(QString& out, QChar character)
 {
-    switch (character.unicode()) {
-    case u'\n':
-        out += QLatin1String("\\n");
-        return;
-    case u'\r':
-        out += QLatin1String("\\r");
-        return;
-    case u'\t':
-        out += QLatin1String("\\t");
-        return;
-    case u'"':
-        out += QLatin1String("\\\"");
-        return;
-    case u'\\':
-        out += QLatin1String("\\\\");
-        return;
-    default:
-        break;
-    }
-    // C0 and C1 controls and DEL would move the cursor or start terminal escapes.
     const char16_t code = character.unicode();
-    if (code < 0x20 || (code >= 0x7f && code < 0xa0))
+    for (const ShortEscape& escape : ShortEscapes) {
+        if (escape.character == code) {
+            out += escape.text;
+            return;
+        }
+    }
+    if (isControl(code))
         out += QString::asprintf("\\x%02x", static_cast<unsigned>(code));
     else
         out += character;
@@ -40,10 +47,11 @@ QString printable(const QString& message)
     QString out;
     out.reserve(message.size());
     for (const QChar character : message) {
-        if (character == u'\n' || character == u'\t' || character == u'"' || character == u'\\')
-            out += character;
-        else
+        // Line breaks and tabs lay a message out; quotes and backslashes are harmless.
+        if (isControl(character.unicode()) && character != u'\n' && character != u'\t')
             appendEscaped(out, character);
+        else
+            out += character;
     }
     return out;
 }
