@@ -1,5 +1,8 @@
 #include "report.h"
 
+#include "messagetext.h"
+
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -28,6 +31,17 @@ QJsonObject describe(const ExportRequest& request, const ExportResult& result)
 }
 
 } // namespace
+
+// The report's folder must take the file before any export starts.
+QString checkReportPath(const QString& path)
+{
+    const QFileInfo report(path);
+    if (report.isDir())
+        return QStringLiteral("the report %1 is a folder; give a file name").arg(quoted(path));
+    if (!QFileInfo(report.absolutePath()).isDir())
+        return QStringLiteral("the folder of the report %1 does not exist; create it first").arg(quoted(path));
+    return QString();
+}
 
 QString writeReport(const QString& path, const std::vector<ExportRequest>& requests,
     const std::vector<ExportResult>& results, int exitStatus)
