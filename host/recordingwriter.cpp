@@ -82,6 +82,16 @@ public:
             m_json.string(name);
             m_json.m_out += ": ";
         }
+        void vector(const char* name, const ZtVector& values)
+        {
+            key(name);
+            m_json.vector(values);
+        }
+        void quaternion(const char* name, const ZtQuaternion& q)
+        {
+            key(name);
+            m_json.quaternion(q);
+        }
         // The member only when the value is set.
         template <typename T, typename Fn>
         void optional(const char* name, const std::optional<T>& value, Fn&& write)
@@ -146,17 +156,14 @@ void writeSegment(JsonText& json, const TaviPose::Segment& segment)
         const auto vectors = [&](std::initializer_list<std::pair<const char*, const ZtVector*>> list) {
             for (const auto& [name, values] : list) {
                 if (!values->empty()) {
-                    object.key(name);
-                    json.vector(*values);
+                    object.vector(name, *values);
                 }
             }
         };
-        object.key("q");
-        json.quaternion(segment.q);
+        object.quaternion("q", segment.q);
         vectors({{"pos", &segment.pos}, {"vel", &segment.vel}, {"acc", &segment.acc}, {"angVel", &segment.angVel},
             {"angAcc", &segment.angAcc}});
-        object.key("sensorQ");
-        json.quaternion(segment.sensorQ);
+        object.quaternion("sensorQ", segment.sensorQ);
         vectors({{"sensorFreeAcc", &segment.sensorFreeAcc}, {"sensorMag", &segment.sensorMag}});
     });
 }
@@ -179,15 +186,11 @@ void writePose(JsonText& json, const TaviPose& pose)
         vectorList(pose.ergoJointAnglesXzy);
         object.key("centerOfMass");
         json.object([&](JsonText::Members& com) {
-            com.key("pos");
-            json.vector(pose.comPos);
-            com.key("vel");
-            json.vector(pose.comVel);
-            com.key("acc");
-            json.vector(pose.comAcc);
+            com.vector("pos", pose.comPos);
+            com.vector("vel", pose.comVel);
+            com.vector("acc", pose.comAcc);
         });
-        object.key("globalPosition");
-        json.vector(pose.globalPos);
+        object.vector("globalPosition", pose.globalPos);
         object.key("fingerTracking");
         json.object([&](JsonText::Members& fingers) {
             fingers.key("hasData");
@@ -196,10 +199,8 @@ void writePose(JsonText& json, const TaviPose& pose)
             hands([&](const TaviPose::Hand& hand) {
                 json.array(hand.segments, [&](const BkeSegmentPose& finger) {
                     json.object([&](JsonText::Members& segment) {
-                        segment.key("q");
-                        json.quaternion(finger.q);
-                        segment.key("pos");
-                        json.vector(finger.pos);
+                        segment.quaternion("q", finger.q);
+                        segment.vector("pos", finger.pos);
                     });
                 });
             });
