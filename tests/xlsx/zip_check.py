@@ -5,13 +5,14 @@ Python's zipfile then reads every entry (checking its CRC) and, with EXPECTED_DI
 it with the file of the same name there.
 
 Usage: zip_check.py ARCHIVE [EXPECTED_DIR]
-Prints a line per entry: name, method, version needed, flags, date-time, size stored, external
+Prints a line per entry: name, method, version needed, flags, time (seconds since the epoch), size stored, external
 attributes and version made by (hex), SHA-1 of the bytes stored. Exits non-zero on any fault."""
 
 import hashlib
 import pathlib
 import struct
 import sys
+import time
 import zipfile
 
 
@@ -49,7 +50,7 @@ def main() -> int:
             contents = archive.read(info) if info.file_size or info.compress_size else b""
             assert contents or info.CRC == 0, f"{info.filename}: CRC of nothing"
             assert expected is None or contents == (expected / info.filename).read_bytes(), info.filename
-            stamp = "%04d-%02d-%02dT%02d:%02d:%02d" % info.date_time
+            stamp = int(time.mktime(info.date_time + (0, 0, -1)))
             print(info.filename, info.compress_type, info.extract_version, info.flag_bits, stamp, info.compress_size,
                   f"{info.external_attr:08x}", f"{made_by:04x}", digest)
     return 0
