@@ -29,13 +29,12 @@
 
 namespace {
 
-const std::string SheetHeadStart =
-    "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n"
-    "<worksheet xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\" "
-    "xmlns:r=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships\"><dimension ref=\"";
-const std::string SheetHeadEnd =
-    "\"/><sheetViews><sheetView showRuler=\"0\" workbookViewId=\"0\"/></sheetViews>"
-    "<sheetFormatPr defaultRowHeight=\"15\"/>";
+// The reference of a worksheet head's <dimension>.
+std::string dimensionOf(const std::string& head)
+{
+    const std::size_t start = head.find("<dimension ref=\"") + 16;
+    return head.substr(start, head.find('"', start) - start);
+}
 
 std::string readFile(const QString& path)
 {
@@ -105,7 +104,7 @@ TEST(SheetHead, NamesTheExtent)
         {9, 96, "A1:CR9"}, {1, 2, "A1:B1"}, {2, 1, "A1:A2"}, {1, 1, "A1"},
         {0, 0, "A1"}};
     for (const auto& c : cases)
-        EXPECT_EQ(xlsx::worksheetHead({c.lastRow, c.lastColumn}), SheetHeadStart + c.ref + SheetHeadEnd) << c.ref;
+        EXPECT_EQ(dimensionOf(xlsx::worksheetHead({c.lastRow, c.lastColumn})), c.ref);
 }
 
 TEST_F(PartText, WholeDataSheet)
@@ -141,7 +140,7 @@ TEST_F(PartText, WholeDataSheet)
         "</row></sheetData></worksheet>";
     const QString body = dir.filePath(QStringLiteral("sheet4.xml"));
     EXPECT_EQ(readFile(body), expected);
-    EXPECT_EQ(xlsx::worksheetHead(sheet.parts()[0].extent), SheetHeadStart + "A1:AA3" + SheetHeadEnd);
+    EXPECT_EQ(dimensionOf(xlsx::worksheetHead(sheet.parts()[0].extent)), "A1:AA3");
 
     // Finishing again, or finishing a sheet never opened, writes nothing.
     sheet.finish();
@@ -156,7 +155,7 @@ TEST_F(PartText, WholeDataSheet)
     xlsx::addWorksheetToZip(archive, "xl/worksheets/sheet4.xml", sheet.parts()[0], body.toUtf8().constData(), 0);
     zip_close(archive);
     const std::string stored = readFile(book);
-    EXPECT_NE(stored.find(SheetHeadStart + "A1:AA3" + SheetHeadEnd + expected), std::string::npos);
+    EXPECT_NE(stored.find(xlsx::worksheetHead(sheet.parts()[0].extent) + expected), std::string::npos);
 }
 
 // A sheet whose rows would pass the row limit goes on in a new part under the next free sheet
@@ -352,7 +351,7 @@ TEST_F(PartText, NumberCellsHoldTheCLocalePrintfText)
     QLocale::setDefault(QLocale::c());
 
     ASSERT_EQ(germanPrintf, "1234,5"); // the locale was really in force
-    EXPECT_EQ(head, SheetHeadStart + "A1:M1048576" + SheetHeadEnd);
+    EXPECT_EQ(dimensionOf(head), "A1:M1048576");
     const std::string written = text();
     const auto differs = std::mismatch(written.begin(), written.end(), expected.begin(), expected.end()).first;
     EXPECT_TRUE(written == expected) << "first difference at byte " << differs - written.begin() << ": "
