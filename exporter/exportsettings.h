@@ -3,7 +3,7 @@
 // The export settings: "frameSkip" and one switch per worksheet of the catalogue, registered
 // with the host's settings store by the factory and read by each exporter at initialize.
 
-#include "../exporter/sheetcatalogue.h"
+#include "sheetcatalogue.h"
 
 #include <QMap>
 #include <QString>
