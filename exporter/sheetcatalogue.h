@@ -70,7 +70,7 @@ struct SheetEntry
 
 // Titles are marked for translation in the options page's context, where they label the
 // check boxes; tab titles in the workbook stay as they are.
-inline constexpr std::array<SheetEntry, 20> sheetCatalogue = {{
+inline constexpr auto sheetCatalogue = std::to_array<SheetEntry>({
     {SheetId::GeneralInfo, "generalInfo", QT_TRANSLATE_NOOP("ExcelExporterOptionsPage", "General Information"), HeaderList::None, RowSpan::None, 0},
     {SheetId::Markers, "markers", QT_TRANSLATE_NOOP("ExcelExporterOptionsPage", "Markers"), HeaderList::Markers, RowSpan::None, 0},
     {SheetId::SegmentOriQuat, "segmentOriQuat", QT_TRANSLATE_NOOP("ExcelExporterOptionsPage", "Segment Orientation - Quat"), HeaderList::Quaternion, RowSpan::Quaternion, 0},
@@ -91,16 +91,26 @@ inline constexpr std::array<SheetEntry, 20> sheetCatalogue = {{
     {SheetId::SensorMagField, "sensorMagField", QT_TRANSLATE_NOOP("ExcelExporterOptionsPage", "Sensor Magnetic Field"), HeaderList::Segment, RowSpan::Vector3, 3},
     {SheetId::SensorOri, "sensorOri", QT_TRANSLATE_NOOP("ExcelExporterOptionsPage", "Sensor Orientation - Quat"), HeaderList::Quaternion, RowSpan::Vector3, 4},
     {SheetId::SensorOriEuler, "sensorOriEuler", QT_TRANSLATE_NOOP("ExcelExporterOptionsPage", "Sensor Orientation - Euler"), HeaderList::Segment, RowSpan::Vector3, 3},
-}};
+});
 
 inline constexpr const SheetEntry& sheetEntry(SheetId id) { return sheetCatalogue[static_cast<std::size_t>(id)]; }
 
+// sheetEntry() indexes the table by id: row i must be the sheet SheetId(i).
+inline constexpr bool catalogueFollowsSheetIds()
+{
+    for (std::size_t i = 0; i < sheetCatalogue.size(); ++i)
+        if (sheetCatalogue[i].id != static_cast<SheetId>(i))
+            return false;
+    return true;
+}
+static_assert(catalogueFollowsSheetIds(), "row i of the sheet catalogue must be SheetId(i)");
+
 // The exporter's sheet switches exist for every sheet but General Information (always
 // written): index 0 is Markers, then the data sheets in catalogue order.
-inline constexpr int SheetSwitchCount = 19;
+inline constexpr int SheetSwitchCount = static_cast<int>(sheetCatalogue.size()) - 1;
 inline constexpr int switchIndex(SheetId id) { return static_cast<int>(id) - 1; }
 
-// The exporter's member part files exist for the 18 data sheets, in catalogue order.
-inline constexpr int DataSheetCount = 18;
-inline constexpr int dataSheetSlot(SheetId id) { return static_cast<int>(id) - 2; }
+// The exporter's member part files exist for the data sheets, in catalogue order: every
+// sheet but General Information and Markers.
+inline constexpr int DataSheetCount = static_cast<int>(sheetCatalogue.size()) - 2;
 inline constexpr SheetId dataSheetAt(int slot) { return static_cast<SheetId>(slot + 2); }
