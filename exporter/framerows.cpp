@@ -9,9 +9,6 @@
 
 namespace {
 
-constexpr int FingerSegmentsPerHand = 20;
-constexpr int FingerJointsPerHand = 19;
-
 // Stands in for a finger segment when the pose carries no finger data.
 BkeSegmentPose defaultFingerRecord()
 {
@@ -163,10 +160,10 @@ void ExcelExporter::writeFingerSegments(SheetId id, const ConcreteTaviPose* pose
     xlsx::SheetStream& file = sheet(id);
     const bool hasData = pose && pose->hasFingerTrackingData();
     for (int hand = 0; hand < ZtHandCount; ++hand) {
-        for (int finger = 0; finger < FingerSegmentsPerHand; ++finger) {
+        for (int finger = 0; finger < ZtFingerSegmentsPerHand; ++finger) {
             const BkeSegmentPose record = hasData ? pose->fingerTrackingData(static_cast<ZtHandId>(hand), finger)
                                                   : defaultFingerRecord();
-            const int index = segmentCount + FingerSegmentsPerHand * hand + finger;
+            const int index = segmentCount + ZtFingerSegmentsPerHand * hand + finger;
             if (id == SheetId::SegmentOriQuat)
                 m_cells.writeQuat(file, row, index, record.q);
             else if (id == SheetId::SegmentOriEuler)
@@ -183,11 +180,11 @@ void ExcelExporter::writeFingerJoints(SheetId id, const ConcreteTaviPose* pose, 
         return;
     xlsx::SheetStream& file = sheet(id);
     for (int hand = 0; hand < ZtHandCount; ++hand) {
-        for (int joint = 0; joint < FingerJointsPerHand; ++joint) {
+        for (int joint = 0; joint < ZtFingerJointsPerHand; ++joint) {
             const auto handId = static_cast<ZtHandId>(hand);
             const ZtVector angles = id == SheetId::JointAngles ? pose->fingerTrackingJointAngles(handId, joint)
                                                                : pose->fingerTrackingJointAnglesXzy(handId, joint);
-            m_cells.writeVec(file, row, jointCount + FingerJointsPerHand * hand + joint, angles);
+            m_cells.writeVec(file, row, jointCount + ZtFingerJointsPerHand * hand + joint, angles);
         }
     }
 }

@@ -10,8 +10,6 @@ namespace {
 
 constexpr int BodySegmentCount = 23;
 constexpr int PropCount = 4;
-constexpr int FingerSegmentsPerHand = 20;
-constexpr int FingerJointsPerHand = 19;
 
 // The three angle headers of a joint are its name followed by these texts, in column order.
 struct JointAxes
@@ -104,11 +102,11 @@ int missingProps(int tPoseSegmentCount)
 void appendFingerHeaders(HeaderLists& lists, const AbstractTaviStudioPluginInterface& host, ZtHandId hand)
 {
     const ZtArray<BkeJointInfo> joints = host.fingerTrackingJointInfoList(hand);
-    for (int i = 0; i < FingerSegmentsPerHand; ++i) {
+    for (int i = 0; i < ZtFingerSegmentsPerHand; ++i) {
         const QString segment = host.fingerTrackingSegmentName(hand, i);
         appendVectorHeaders(lists.segment, segment);
         appendQuaternionHeaders(lists.quaternion, segment);
-        if (i == FingerJointsPerHand)
+        if (i == ZtFingerJointsPerHand)
             break;
         // A host that sends fewer joint records than joints gets labels from an empty name.
         const QString jointName = static_cast<std::size_t>(i) < joints.size()

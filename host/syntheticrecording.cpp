@@ -11,15 +11,13 @@
 namespace {
 
 constexpr int JointCount = synthetic::SegmentCount - 1; // one joint per segment after the pelvis
-constexpr int FingerSegmentsPerHand = 20;
-constexpr int FingerJointsPerHand = 19;
 
 // The 3-vectors and quaternions of one pose, in the order they are generated.
 constexpr int VectorsPerSegment = 7; // pos, vel, acc, angVel, angAcc, sensor free acc, sensor mag
 constexpr int VectorsPerPose = synthetic::SegmentCount * VectorsPerSegment + 2 * JointCount + 2 * ErgoIdx::Count
     + 3 /* centre of mass */ + 1 /* global position */
-    + ZtHandCount * (FingerSegmentsPerHand + 2 * FingerJointsPerHand);
-constexpr int QuaternionsPerPose = 2 * synthetic::SegmentCount + ZtHandCount * FingerSegmentsPerHand;
+    + ZtHandCount * (ZtFingerSegmentsPerHand + 2 * ZtFingerJointsPerHand);
+constexpr int QuaternionsPerPose = 2 * synthetic::SegmentCount + ZtHandCount * ZtFingerSegmentsPerHand;
 
 // The exporter resamples the channels to 2400 samples per second: 10 rows per frame.
 constexpr int ExternalRowsPerFrame = 10;
@@ -152,14 +150,14 @@ std::unique_ptr<TaviPoseObject> SyntheticRecordingHost::pose(int frame) const
 
     pose.fingerTrackingPresent = true;
     for (TaviPose::Hand& hand : pose.hands) {
-        hand.segments.resize(FingerSegmentsPerHand);
+        hand.segments.resize(ZtFingerSegmentsPerHand);
         for (BkeSegmentPose& segment : hand.segments) {
             segment.q = generate.quaternion();
             segment.pos = generate.vector(0.8, 0.0, 0.0, 1.0);
         }
-        hand.jointAngles.reserve(FingerJointsPerHand);
-        hand.jointAnglesXzy.reserve(FingerJointsPerHand);
-        for (int joint = 0; joint < FingerJointsPerHand; ++joint) {
+        hand.jointAngles.reserve(ZtFingerJointsPerHand);
+        hand.jointAnglesXzy.reserve(ZtFingerJointsPerHand);
+        for (int joint = 0; joint < ZtFingerJointsPerHand; ++joint) {
             hand.jointAngles.push_back(generate.vector(45.0));
             hand.jointAnglesXzy.push_back(generate.vector(45.0));
         }

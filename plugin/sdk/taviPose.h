@@ -30,6 +30,9 @@ enum PoseBase { PoseBaseGlobal = 0,
 enum ZtHandId { ZtHandLeft = 0,
     ZtHandRight = 1 };
 inline constexpr int ZtHandCount = 2;
+// A tracked hand has 20 finger segments joined by 19 finger joints.
+inline constexpr int ZtFingerSegmentsPerHand = 20;
+inline constexpr int ZtFingerJointsPerHand = ZtFingerSegmentsPerHand - 1;
 
 // One finger segment: orientation followed by position.
 struct BkeSegmentPose
