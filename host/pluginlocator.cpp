@@ -1,6 +1,7 @@
 #include "pluginlocator.h"
 
 #include "abstractplugin.h"
+#include "pluginidentity.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -11,7 +12,7 @@
 namespace {
 
 const QString PluginFileName = QStringLiteral(TAVI_PLUGIN_FILE_NAME);
-const QString ExporterIid = QStringLiteral("ExcelExporter");
+const QString ExporterIid = QStringLiteral(EXCEL_EXPORTER_IID);
 
 } // namespace
 

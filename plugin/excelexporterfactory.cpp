@@ -9,10 +9,10 @@
 
 namespace {
 
-// The release identity, fixed when the release is cut.
 ZtVersion releaseVersion()
 {
-    return ZtVersion{2026, 4, 0, 260430012, 1777549956, "built on 2026-04-30"};
+    return ZtVersion{release::Major, release::Minor, release::Revision, release::Build, release::RepositoryVersion,
+        release::Note};
 }
 
 } // namespace

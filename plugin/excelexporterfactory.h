@@ -1,6 +1,7 @@
 #pragma once
 
 #include "abstractplugin.h"
+#include "pluginidentity.h"
 
 #include <QObject>
 #include <QString>
@@ -13,7 +14,7 @@
 class ExcelExporterFactory : public QObject, public AbstractExporterFactory
 {
     Q_OBJECT
-    Q_PLUGIN_METADATA(IID "ExcelExporter")
+    Q_PLUGIN_METADATA(IID EXCEL_EXPORTER_IID)
     Q_INTERFACES(AbstractExporterFactory AbstractPluginFactory)
 
 public:

@@ -4,6 +4,7 @@
 #include "abstractoptionspage.h"
 #include "abstractplugin.h"
 #include "abstractsettingssynchronizer.h"
+#include "pluginidentity.h"
 #include "sheetcatalogue.h"
 
 #include "fakesettings.h"
@@ -78,7 +79,7 @@ protected:
 TEST_F(PluginTest, MetadataInstanceAndIdentity)
 {
     const QJsonObject metaData = loader.metaData();
-    EXPECT_EQ(metaData.value(QStringLiteral("IID")).toString(), "ExcelExporter");
+    EXPECT_EQ(metaData.value(QStringLiteral("IID")).toString(), EXCEL_EXPORTER_IID) << "the id tavi-export looks for";
     EXPECT_EQ(metaData.value(QStringLiteral("className")).toString(), "ExcelExporterFactory");
     EXPECT_FALSE(metaData.contains(QStringLiteral("MetaData"))) << "the plug-in carries no user metadata";
     EXPECT_FALSE(metaData.value(QStringLiteral("debug")).toBool());
