@@ -95,22 +95,29 @@ QWidget* ExcelExporterOptionsPage::createPage(QWidget* parent)
 {
     auto* page = new QWidget(parent);
     auto* grid = new QGridLayout;
-    checkStates.clear();
+    const int pageNumber = ++m_latestPage;
+    m_choices = Choices{};
 
     const int frameSkip = m_settings->value(QString::fromLatin1(FrameSkipKey)).toInt();
-    m_frameSkipComboBox = new QComboBox(page);
-    m_frameSkipComboBox->setObjectName(QStringLiteral("frameSkipComboBox"));
+    auto* frameSkipComboBox = new QComboBox(page);
+    frameSkipComboBox->setObjectName(QStringLiteral("frameSkipComboBox"));
     for (int skip = 0; skip <= MaxFrameSkip; ++skip)
-        m_frameSkipComboBox->addItem(QStringLiteral("%1").arg(skip), skip);
+        frameSkipComboBox->addItem(QStringLiteral("%1").arg(skip), skip);
     // Positional on purpose: a stored value outside 0..10 leaves no current item (index -1).
-    m_frameSkipComboBox->setCurrentIndex(frameSkip);
-    // Connected only now, so that filling the page does not report a change.
-    connect(m_frameSkipComboBox, &QComboBox::currentIndexChanged, this, &AbstractOptionsPage::itemChanged);
+    frameSkipComboBox->setCurrentIndex(frameSkip);
+    m_choices.frameSkip = frameSkipComboBox->currentIndex();
+    // Connected only now, so that filling the page does not report a change; the choice is
+    // recorded before the change is reported.
+    connect(frameSkipComboBox, &QComboBox::currentIndexChanged, this, [this, pageNumber](int index) {
+        if (pageNumber == m_latestPage)
+            m_choices.frameSkip = index;
+    });
+    connect(frameSkipComboBox, &QComboBox::currentIndexChanged, this, &AbstractOptionsPage::itemChanged);
 
     auto* frameSkipLabel = new QLabel(tr("Exporter frame skip (for downsampling)"), page);
-    frameSkipLabel->setBuddy(m_frameSkipComboBox);
+    frameSkipLabel->setBuddy(frameSkipComboBox);
     grid->addWidget(frameSkipLabel, 0, 0, 1, 1);
-    grid->addWidget(m_frameSkipComboBox, 0, 1, 1, 1);
+    grid->addWidget(frameSkipComboBox, 0, 1, 1, 1);
 
     for (const PageItem& item : pageItems) {
         switch (item.kind) {
@@ -119,7 +126,7 @@ QWidget* ExcelExporterOptionsPage::createPage(QWidget* parent)
             QCheckBox* box = addSheetCheckBox(page, grid, entry.key, entry.title, item.row, item.column);
             if (item.sheet == SheetId::GeneralInfo) {
                 // Always written. Ticking it after the toggle handler is connected also turns
-                // a stored false into true in checkStates.
+                // a stored false into true among the choices.
                 box->setChecked(true);
                 box->setEnabled(false);
             }
@@ -147,11 +154,16 @@ QCheckBox* ExcelExporterOptionsPage::addSheetCheckBox(QWidget* page, QGridLayout
     auto* box = new QCheckBox(tr(title), page);
     box->setObjectName(keyText + QStringLiteral("CheckBox"));
     const bool checked = m_settings->value(keyText).toBool();
-    checkStates.insert(keyText, checked);
+    m_choices.checkStates.insert(keyText, checked);
     box->setChecked(checked);
     // Check boxes only record their state: the host learns of them when it calls apply().
+    const int pageNumber = m_latestPage;
     connect(
-        box, &QCheckBox::toggled, box, [this, keyText](bool on) { checkStates.insert(keyText, on); },
+        box, &QCheckBox::toggled, box,
+        [this, keyText, pageNumber](bool on) {
+            if (pageNumber == m_latestPage)
+                m_choices.checkStates.insert(keyText, on);
+        },
         Qt::DirectConnection);
     grid->addWidget(box, row, column, 1, 1);
     return box;
@@ -159,7 +171,9 @@ QCheckBox* ExcelExporterOptionsPage::addSheetCheckBox(QWidget* page, QGridLayout
 
 void ExcelExporterOptionsPage::apply()
 {
-    m_settings->setValue(QString::fromLatin1(FrameSkipKey), QVariant(m_frameSkipComboBox->currentIndex()));
-    for (auto it = checkStates.cbegin(); it != checkStates.cend(); ++it)
+    if (!m_choices.frameSkip)
+        return;
+    m_settings->setValue(QString::fromLatin1(FrameSkipKey), QVariant(*m_choices.frameSkip));
+    for (auto it = m_choices.checkStates.cbegin(); it != m_choices.checkStates.cend(); ++it)
         m_settings->setValue(it.key(), QVariant(it.value()));
 }

@@ -5,9 +5,10 @@
 #include <QMap>
 #include <QString>
 
+#include <optional>
+
 class AbstractSettingsSynchronizer;
 class QCheckBox;
-class QComboBox;
 class QGridLayout;
 class QWidget;
 
@@ -31,15 +32,24 @@ public:
     QWidget* createPage(QWidget* parent) override;
 
 public slots:
-    // Writes "frameSkip", then every check box state in ascending key order. Needs a page
-    // built by createPage().
+    // Writes "frameSkip", then every check box state in ascending key order; writes nothing
+    // before createPage().
     void apply() override;
 
 private:
     QCheckBox* addSheetCheckBox(QWidget* page, QGridLayout* grid, const char* key, const char* title,
         int row, int column);
 
+    // What apply() writes, kept up to date by the controls of the latest page, so that the
+    // page never refers to widgets the host may have deleted.
+    struct Choices
+    {
+        std::optional<int> frameSkip;    // the combo box's current index; none before createPage
+        QMap<QString, bool> checkStates; // settings key -> state of its check box
+    };
+
     AbstractSettingsSynchronizer* m_settings;
-    QComboBox* m_frameSkipComboBox = nullptr;
-    QMap<QString, bool> checkStates; // settings key -> state of its check box
+    Choices m_choices;
+    // Counts the pages built; controls of an earlier page no longer change m_choices.
+    int m_latestPage = 0;
 };

@@ -158,9 +158,20 @@ TEST_F(OptionsPageTest, FrameSkipIsChosenByIndexAndTheLatestPageIsApplied)
     store.setValue(QStringLiteral("markers"), false);
     std::unique_ptr<QWidget> second(page.createPage(nullptr));
     EXPECT_EQ(frameSkipBox(second.get())->currentIndex(), -1);
+    // The first page's controls no longer count.
+    combo->setCurrentIndex(2);
+    checkBox(first, "segmentPos")->setChecked(false);
     store.writes.clear();
     page.apply();
     expectApplied(store.writes, -1, true, {"markers"});
+
+    // The choices outlive the widget that made them.
+    frameSkipBox(second.get())->setCurrentIndex(5);
+    checkBox(second.get(), "segmentAcc")->setChecked(false);
+    second.reset();
+    store.writes.clear();
+    page.apply();
+    expectApplied(store.writes, 5, true, {"markers", "segmentAcc"});
 }
 
 TEST_F(OptionsPageTest, OnlyTheFrameSkipReportsAChangeAndApplyWritesEveryKey)
