@@ -23,15 +23,15 @@ RecordingHost hostWith(std::optional<int> tPoseSegments, const QStringList& chan
 
 QString handName(ZtHandId hand) { return hand == ZtHandLeft ? "Left" : "Right"; }
 
-// Segments named hand + "Finger" + i, and 19 joints named "x" + hand + "Joint" + k (giving the
+// Segments named hand + "Finger" + i, and joints named "x" + hand + "Joint" + k (giving the
 // labels hand + " Joint" + k), for the hands given.
 FingerTrackingNames fingerNames(std::initializer_list<ZtHandId> hands)
 {
     FingerTrackingNames names;
     for (const ZtHandId hand : hands) {
-        for (int i = 0; i < 20; ++i)
+        for (int i = 0; i < ZtFingerSegmentsPerHand; ++i)
             names.segmentNames[hand] << handName(hand) + QStringLiteral("Finger%1").arg(i);
-        for (int k = 0; k < 19; ++k)
+        for (int k = 0; k < ZtFingerJointsPerHand; ++k)
             names.jointNames[hand] << QStringLiteral("x%1Joint%2").arg(handName(hand)).arg(k);
     }
     return names;

@@ -106,11 +106,11 @@ inline TaviPose makePose(const Options& o, int frame)
     if (o.fingerTracking && o.fingerData) {
         pose.fingerTrackingPresent = true;
         for (int h = 0; h < ZtHandCount; ++h) {
-            for (int i = 0; i < 20; ++i)
-                pose.hands[h].segments.push_back({yawQuaternion(frame + 2.0 * i), vectorValue(frame, 20 * h + i, FingerPos)});
-            for (int k = 0; k < 19; ++k) {
-                pose.hands[h].jointAngles.push_back(vectorValue(frame, 19 * h + k, FingerJoint));
-                pose.hands[h].jointAnglesXzy.push_back(vectorValue(frame, 19 * h + k, FingerJointXzy));
+            for (int i = 0; i < ZtFingerSegmentsPerHand; ++i)
+                pose.hands[h].segments.push_back({yawQuaternion(frame + 2.0 * i), vectorValue(frame, ZtFingerSegmentsPerHand * h + i, FingerPos)});
+            for (int k = 0; k < ZtFingerJointsPerHand; ++k) {
+                pose.hands[h].jointAngles.push_back(vectorValue(frame, ZtFingerJointsPerHand * h + k, FingerJoint));
+                pose.hands[h].jointAnglesXzy.push_back(vectorValue(frame, ZtFingerJointsPerHand * h + k, FingerJointXzy));
             }
         }
     }
@@ -137,9 +137,9 @@ inline Recording makeRecording(const Options& o)
     if (o.fingerTracking) {
         FingerTrackingNames names;
         for (int h = 0; h < ZtHandCount; ++h) {
-            for (int i = 0; i < 20; ++i)
+            for (int i = 0; i < ZtFingerSegmentsPerHand; ++i)
                 names.segmentNames[h] << fingerSegmentName(h, i);
-            for (int k = 0; k < 19; ++k)
+            for (int k = 0; k < ZtFingerJointsPerHand; ++k)
                 names.jointNames[h] << fingerJointName(h, k);
         }
         rec.fingerTracking = names;
