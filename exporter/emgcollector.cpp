@@ -1,16 +1,12 @@
 #include "emgcollector.h"
 
 #include "abstracttavistudioplugininterface.h"
+#include "externalrate.h"
 
 #include <algorithm>
 #include <climits>
 
 namespace {
-
-// Output rates: every channel is brought to one of two common rates.
-constexpr int LowOutputRate = 2400;
-constexpr int HighOutputRate = 4800;
-constexpr int HighRateThreshold = 3000;
 
 int channelRate(const AbstractTaviStudioPluginInterface& host, int channel)
 {
@@ -42,7 +38,7 @@ bool EmgCollector::initialize(const AbstractTaviStudioPluginInterface* host)
     int maxRate = 0;
     for (int channel = 0; channel < m_channelCount; ++channel)
         maxRate = std::max(maxRate, channelRate(*host, channel));
-    m_outputRate = maxRate <= HighRateThreshold ? LowOutputRate : HighOutputRate;
+    m_outputRate = externalOutputRate(maxRate);
 
     const int frameRate = wholeFrameRate(host->frameRate());
     if (frameRate < 1) {

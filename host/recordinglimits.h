@@ -7,6 +7,8 @@
 // and the budget lets the memory and the cells of an export grow only with the file's size,
 // so a small file can never exhaust the machine. docs/recording-format.md lists them for users.
 
+#include "externalrate.h"
+
 #include <cstdint>
 #include <string>
 
@@ -23,7 +25,7 @@ constexpr std::int64_t MaxTextBytes = 1 << 20;     // any one string, in UTF-8
 constexpr std::int64_t MaxNumberCharacters = 1000; // the text of any one number
 
 // The external-data collector brings every channel to at most this many samples per second.
-constexpr int MaxResampledRate = 4800;
+constexpr int MaxResampledRate = MaxExternalOutputRate;
 
 // Memory the recording and its export may take: a base plus so much per byte of the file
 // (as stored, so a gzip file counts its compressed size).
