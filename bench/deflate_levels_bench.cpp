@@ -123,7 +123,7 @@ int main(int argc, char** argv)
             total += compress(data);
         const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
         std::printf("%-10s %12zu bytes  %.4fx zlib 6  %6.2f s  %6.0f MB/s\n", name, total,
-            reference ? double(total) / reference : 1.0, seconds, input / seconds / 1e6);
+            reference ? double(total) / double(reference) : 1.0, seconds, double(input) / seconds / 1e6);
         return total;
     };
     std::printf("%zu files, %zu bytes\n", files.size(), input);

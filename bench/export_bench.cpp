@@ -20,6 +20,11 @@
 
 namespace {
 
+double seconds(qint64 milliseconds)
+{
+    return double(milliseconds) / 1000.0;
+}
+
 long peakResidentKiB()
 {
     rusage usage{};
@@ -67,9 +72,9 @@ int main(int argc, char** argv)
     const qint64 totalMs = timer.elapsed();
 
     std::printf("frames %d: initialize %.2f s, frames %.2f s (%.0f frames/s), finalize %.2f s, total %.2f s\n", frames,
-        initializeMs / 1000.0, framesMs / 1000.0, frames / (framesMs / 1000.0),
-        (totalMs - initializeMs - framesMs) / 1000.0, totalMs / 1000.0);
+        seconds(initializeMs), seconds(framesMs), frames / seconds(framesMs), seconds(totalMs - initializeMs - framesMs),
+        seconds(totalMs));
     std::printf("workbook %.1f MB; peak resident memory %.1f MB (%.1f MB before the export)\n",
-        QFileInfo(target).size() / 1e6, peakResidentKiB() / 1024.0, before / 1024.0);
+        double(QFileInfo(target).size()) / 1e6, double(peakResidentKiB()) / 1024.0, double(before) / 1024.0);
     return 0;
 }

@@ -27,7 +27,7 @@ double nanosecondsPerValue(const std::vector<double>& values, Format format, std
     const auto start = Clock::now();
     for (double v : values)
         checksum += static_cast<std::size_t>(format(text, v) - text);
-    return std::chrono::duration<double, std::nano>(Clock::now() - start).count() / values.size();
+    return std::chrono::duration<double, std::nano>(Clock::now() - start).count() / double(values.size());
 }
 
 char* library(char* out, double v)

@@ -36,7 +36,7 @@ int main(int argc, char** argv)
             return 1;
         }
         std::printf("QJsonDocument: %lld top-level members in %.2f s\n",
-            static_cast<long long>(document.object().size()), timer.nsecsElapsed() / 1e9);
+            static_cast<long long>(document.object().size()), double(timer.nsecsElapsed()) / 1e9);
         return 0;
     }
 
@@ -45,9 +45,9 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "%s\n", qPrintable(result.error));
         return 1;
     }
-    const double seconds = timer.nsecsElapsed() / 1e9;
+    const double seconds = double(timer.nsecsElapsed()) / 1e9;
     const QFileInfo info(path);
     std::printf("read %zu frames (%.0f MB) in %.2f s, %.0f MB/s\n", result.recording->frameNumbers().size(),
-        info.size() / 1e6, seconds, info.size() / 1e6 / seconds);
+        double(info.size()) / 1e6, seconds, double(info.size()) / 1e6 / seconds);
     return 0;
 }

@@ -64,7 +64,7 @@ double cpuSeconds()
 {
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
-    return usage.ru_utime.tv_sec + usage.ru_stime.tv_sec + (usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
+    return double(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) + double(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
 }
 
 template <typename Write>
@@ -204,11 +204,11 @@ int main(int argc, char** argv)
     };
     std::printf("%d frames, %d rounds alternated, medians:\n", frames, rounds);
     std::printf("this project:  wall %.2f s, CPU %.2f s, %.1f MB\n", median(ours, &Times::wall), median(ours, &Times::cpu),
-        ourSize / 1e6);
+        double(ourSize) / 1e6);
     std::printf("libxlsxwriter: wall %.2f s, CPU %.2f s, %.1f MB\n", median(theirs, &Times::wall),
-        median(theirs, &Times::cpu), theirSize / 1e6);
+        median(theirs, &Times::cpu), double(theirSize) / 1e6);
     std::printf("ratio (this project / libxlsxwriter): wall %.3f, CPU %.3f, size %.3f\n",
         median(ours, &Times::wall) / median(theirs, &Times::wall),
-        median(ours, &Times::cpu) / median(theirs, &Times::cpu), double(ourSize) / theirSize);
+        median(ours, &Times::cpu) / median(theirs, &Times::cpu), double(ourSize) / double(theirSize));
     return 0;
 }

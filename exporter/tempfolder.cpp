@@ -206,7 +206,7 @@ TempFolder::Adoption TempFolder::adoptExisting()
 // ours, holding nothing but an unlocked lock file.
 void TempFolder::sweepAbandonedSiblings() const
 {
-    const int slash = m_path.lastIndexOf('/');
+    const qsizetype slash = m_path.lastIndexOf('/');
     const QByteArray parent = slash < 0 ? QByteArray(".") : slash == 0 ? QByteArray("/")
                                                                        : m_path.left(slash);
     const QByteArray prefix = m_path.mid(slash + 1) + '.';

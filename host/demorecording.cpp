@@ -238,7 +238,7 @@ std::shared_ptr<const ConcreteTaviPose> poseAt(int frame)
     const Quat heading = axisAngle(YawAxis, radians(HeadingDegrees));
     const Vec3 roomOrigin{2.35, -1.10, 0.0};
     const Vec3 earthField{0.05, 0.37, -0.93}; // in the room frame, normalised units
-    const auto toRoom = [&](Vec3 body) { return roomOrigin + rotate(heading, body); };
+    const auto toRoom = [&](Vec3 inBody) { return roomOrigin + rotate(heading, inBody); };
 
     TaviPose pose;
     pose.segments.resize(demo::SegmentCount);

@@ -10,7 +10,7 @@ namespace xlsx {
 
 namespace {
 
-using u128 = unsigned __int128;
+__extension__ typedef unsigned __int128 u128;
 
 constexpr int Digits = 15;
 constexpr std::uint64_t Pow10Digits = 1'000'000'000'000'000;   // 10^15
@@ -34,7 +34,7 @@ constexpr std::array<ScaleFactor, 2 * MaxScale + 1> makeScaleFactors()
     std::array<ScaleFactor, 2 * MaxScale + 1> factors{};
     std::uint64_t power5 = 1;
     for (int n = 0; n <= MaxScale; ++n) {
-        const int width = std::bit_width(power5);
+        const int width = static_cast<int>(std::bit_width(power5));
         // 10^n = 5^n * 2^n, exact once shifted to the top.
         factors[MaxScale + n] = {power5 << (64 - width), n - (64 - width)};
         if (n > 0) {
