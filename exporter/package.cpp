@@ -127,16 +127,24 @@ void ExcelExporter::assemblePackage()
     addContents(archive.get(), "docProps/core.xml", std::string_view(coreProperties.constData(), coreProperties.size()));
     addContents(archive.get(), "xl/styles.xml", xlsx::StyleSheet);
     addContents(archive.get(), "xl/theme/theme1.xml", xlsx::Theme);
-    addFile(archive.get(), "[Content_Types].xml", m_tempFolder + QStringLiteral("[Content_Types].xml"));
-    addFile(archive.get(), "docProps/app.xml", m_tempFolder + QStringLiteral("app.xml"));
-    addFile(archive.get(), "xl/_rels/workbook.xml.rels", m_tempFolder + QStringLiteral("workbook.xml.rels"));
-    addFile(archive.get(), "xl/sharedStrings.xml", m_tempFolder + QStringLiteral("sharedStrings.xml"));
-    addFile(archive.get(), "xl/workbook.xml", m_tempFolder + QStringLiteral("workbook.xml"));
+    // Each part file goes as soon as its bytes are in the archive, so that the folder never
+    // holds the workbook's data twice.
+    const auto pack = [&](const char* entryName, const char* fileName) {
+        addFile(archive.get(), entryName, m_tempFolder + QLatin1String(fileName));
+        m_folder.removeFile(fileName);
+    };
+    pack("[Content_Types].xml", "[Content_Types].xml");
+    pack("docProps/app.xml", "app.xml");
+    pack("xl/_rels/workbook.xml.rels", "workbook.xml.rels");
+    pack("xl/sharedStrings.xml", "sharedStrings.xml");
+    pack("xl/workbook.xml", "workbook.xml");
     for (int number = 1; number < m_nextSheetNumber; ++number) {
         const QByteArray entryName = QStringLiteral("xl/worksheets/sheet%1.xml").arg(number).toUtf8();
-        const QString body = QStringLiteral("%1sheet%2.xml").arg(m_tempFolder, QString::number(number));
+        const QByteArray bodyName = QStringLiteral("sheet%1.xml").arg(number).toUtf8();
+        const QString body = m_tempFolder + QString::fromUtf8(bodyName);
         xlsx::addWorksheetToZip(archive.get(), entryName.constData(), parts[static_cast<std::size_t>(number)],
             QDir::toNativeSeparators(body).toUtf8().constData(), ArchiveLevel);
+        m_folder.removeFile(bodyName.constData());
     }
     if (zip_close(archive.release()) != 0 || !replaceTarget(archivePath, m_targetPath))
         throw std::runtime_error("Could not create final xlsx file");

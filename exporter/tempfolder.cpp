@@ -235,6 +235,12 @@ void TempFolder::sweepAbandonedSiblings() const
     }
 }
 
+void TempFolder::removeFile(const char* name) const
+{
+    if (m_folder >= 0)
+        ::unlinkat(m_folder, name, 0);
+}
+
 void TempFolder::remove()
 {
     if (m_folder < 0)

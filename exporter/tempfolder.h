@@ -33,6 +33,9 @@ public:
     Result acquire(const QString& path);
     bool isHeld() const { return m_folder >= 0; }
 
+    // Removes one file of the folder (a part file once packed); never follows a link.
+    void removeFile(const char* name) const;
+
     // Removes the files and links in the folder (never following them), the lock file and
     // the folder, and drops the lock. Nothing when not held.
     void remove();

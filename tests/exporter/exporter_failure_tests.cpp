@@ -48,8 +48,10 @@ TEST_F(ExportTest, TargetThatCannotBeCreatedFailsFinalize)
     ASSERT_TRUE(exporter.exportFrame(0));
     EXPECT_FALSE(exporter.finalize(false));
     EXPECT_EQ(exporter.lastError(), "Exception encountered: Could not create final xlsx file");
-    // The part files stay until the exporter goes.
-    EXPECT_TRUE(QFileInfo::exists(target() + "_fldr/sheet1.xml"));
+    // The folder stays until the exporter goes; the parts already packed are gone from it.
+    EXPECT_TRUE(QFileInfo::exists(target() + "_fldr"));
+    EXPECT_FALSE(QFileInfo::exists(target() + "_fldr/sheet1.xml"));
+    EXPECT_TRUE(QFileInfo(target()).isDir());
 }
 
 TEST_F(ExportTest, AbortAndDestructionLeaveNothingBehind)
