@@ -1,11 +1,13 @@
 #include "progressdisplay.h"
 
 #include "exportrun.h"
+#include "packagingprogress.h"
 
 #include <QStringList>
 
 #include <cmath>
 #include <cstdio>
+#include <optional>
 
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -19,6 +21,18 @@ qsizetype terminalWidth()
     if (::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0)
         return size.ws_col;
     return 80;
+}
+
+QString describePackaging(const ExportActivity& activity, double seconds)
+{
+    QString text = QStringLiteral("packaging the workbook, %1 so far").arg(formatDuration(seconds));
+    if (!activity.ownsTemporaryFolder)
+        return text;
+    const PackagingProgress progress = readPackagingProgress(activity.temporaryFolder);
+    if (const std::optional<double> left = progress.secondsLeft(seconds))
+        text += QStringLiteral(", %1% packed, %2 left")
+                    .arg(QString::number(std::floor(progress.fractionDone() * 100.0)), formatDuration(*left));
+    return text;
 }
 
 } // namespace
@@ -47,7 +61,7 @@ QString describeActivity(const ExportActivity& activity, bool named, std::int64_
     case ExportActivity::Phase::Starting:
         return text + QStringLiteral("starting");
     case ExportActivity::Phase::Packaging:
-        return text + QStringLiteral("packaging the workbook, %1 so far").arg(formatDuration(seconds));
+        return text + describePackaging(activity, seconds);
     case ExportActivity::Phase::Frames:
         break;
     }

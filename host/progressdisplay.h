@@ -2,8 +2,8 @@
 
 // The status line on standard error while exports run: for each running export its frames
 // (done of total, rate, time left for the frames) and then its packaging with the time it has
-// taken so far. The plug-in packages the workbook in finalize, which tells nothing of its
-// progress, so the line never promises a time for that phase.
+// taken so far and, once the archive grows in the temporary folder, the share packed and the
+// time left (finalize itself tells nothing of its progress).
 
 #include <cstdint>
 #include <vector>
