@@ -10,8 +10,8 @@
 #include "sheetstream.h"
 #include "tempfolder.h"
 
-#include <QCoreApplication>
 #include <QList>
+#include <QObject>
 #include <QPair>
 #include <QString>
 #include <QStringList>
@@ -31,10 +31,9 @@ class ConcreteTaviPose;
 // with the target file, exportFrame for every frame in order, then finalize. Every worksheet
 // streams into its own part file in a temporary folder (target + "_fldr/") while frames
 // arrive; finalize writes the remaining package parts and packs them into the target.
-class ExcelExporter : public AbstractExporter
+class ExcelExporter : public QObject, public AbstractExporter
 {
-    // Messages translate in the context "ExcelExporter", where the translation files keep them.
-    Q_DECLARE_TR_FUNCTIONS(ExcelExporter)
+    Q_OBJECT
 
 public:
     ExcelExporter(AbstractTaviStudioPluginInterface& host, AbstractSettingsSynchronizer* settings);
