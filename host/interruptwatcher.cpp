@@ -9,6 +9,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <cstdio>
 #include <cstring>
 #include <mutex>
 #include <thread>
@@ -62,8 +63,13 @@ void removeFolder(const QString& path)
 [[noreturn]] void endNow(int signal)
 {
     // Never released: no export may start initializing once the folders are being removed.
-    for (ExportActivity* activity : watched) {
+    for (ExportActivity* activity : watched)
         activity->initializing.lock();
+    // Held until the process ends (taken after the exports' own locks, which a thread may
+    // hold while it writes): an export that fails because its folder goes away now waits to
+    // report that, so the last line on the terminal says why the run ended.
+    ::flockfile(stderr);
+    for (ExportActivity* activity : watched) {
         if (activity->ownsTemporaryFolder && activity->phase != ExportActivity::Phase::Done)
             removeFolder(activity->temporaryFolder);
     }
