@@ -31,7 +31,7 @@ TEST(CliBatch, SideBySideExportsEndEachOnTheirOwn)
     ASSERT_TRUE(QDir(space.path(".")).mkpath("out"));
     ASSERT_TRUE(QDir(space.path(".")).mkpath("single"));
     space.writeFile("in/walk.json", recordingWithOffset(1));
-    space.writeFile("in/run.json.gz", gzipped(recordingWithOffset(7)));
+    space.writeFile("in/run.json.gz", recordingWithOffset(7), true);
     space.writeFile("in/broken.json", "{");
     space.writeFile("in/kept.json", recordingWithOffset(3));
     space.writeFile("in/blocked.json", recordingWithOffset(5));

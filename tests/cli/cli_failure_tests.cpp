@@ -6,9 +6,6 @@
 
 #include <QLibraryInfo>
 #include <QRegularExpression>
-#include <QThread>
-
-#include <csignal>
 
 namespace {
 
@@ -17,9 +14,9 @@ const QByteArray ValidRecording = R"({"format": "tavi-recording", "version": 1, 
 
 // Runs a command line that must be refused with exit status 2, and checks that it left
 // nothing behind. Answers standard error.
-QString refused(const CliWorkspace& space, const QStringList& arguments)
+QString refused(const CliWorkspace& space, const QStringList& arguments, const QString& shell = {})
 {
-    const CliResult result = space.run(arguments);
+    const CliResult result = space.run(arguments, shell);
     EXPECT_EQ(result.exitCode, 2) << arguments.join(u' ').toStdString() << "\n"
                                   << result.err.toStdString();
     EXPECT_TRUE(result.out.isEmpty());
@@ -33,27 +30,14 @@ QString refused(const CliWorkspace& space, const QStringList& arguments)
 
 TEST(CliFailures, RejectedRecordingFilesAreExplained)
 {
+    // The reader's own messages are checked with the reader; here, that they reach the user
+    // under the name given on the command line.
     const char* const cases[][3] = {
         {"broken.json", R"({"format": "tavi-recording", "version": 1, "frames": [)",
             "broken.json:1:55: invalid JSON: expected a value, found the end of the text (byte offset 54)"},
         {"version2.json", R"({"format": "tavi-recording", "version": 2})",
             "version2.json: version: expected the integer 1, found the number 2"},
-        {"noformat.json", R"({"version": 1})", R"(noformat.json: format: missing, expected the string "tavi-recording")"},
-        {"nested.json", R"({"format": "tavi-recording", "version": 1, "frames": [
-           {"frame": 0, "pose": {"segments": [{}, {}, {}, {"q": [1, 0, 0, 0]}]}},
-           {"frame": 1, "pose": {"segments": [{}, {}, {}, {"q": "identity"}]}}]})",
-            "nested.json: frames[1].pose.segments[3].q: expected an array of 4 numbers, found a string"},
         {"absent.json", nullptr, "absent.json: cannot open: No such file or directory"},
-        // Small files that declare more than any studio records.
-        {"tpose.json", R"({"format": "tavi-recording", "version": 1, "tPoseSegmentCount": 2147483647})",
-            "tpose.json: tPoseSegmentCount: expected null or an integer segment count from 0 to 1000, found the number 2147483647"},
-        {"range.json", R"({"format": "tavi-recording", "version": 1, "frames": [{"frame": 0}, {"frame": 2147483647}]})",
-            "range.json: frames[1].frame: expected an integer frame number from -1000000000 to 1000000000, found the number 2147483647"},
-        {"count.json", R"({"format": "tavi-recording", "version": 1, "frameCount": 2147483647, "externalDataCount": -1})",
-            "count.json: frameCount: expected an integer frame count from 0 to 100000000, found the number 2147483647"},
-        {"walk.csv", "Frame,Time\n0,0.0\n",
-            "walk.csv:1:1: invalid JSON: expected a value, found 'F' (byte offset 0); a recording is a JSON object as "
-            "docs/recording-format.md describes"},
     };
     CliWorkspace space;
     for (const auto& [file, content, message] : cases) {
@@ -61,17 +45,6 @@ TEST(CliFailures, RejectedRecordingFilesAreExplained)
             space.writeFile(file, content);
         EXPECT_EQ(refused(space, {file, "out.xlsx"}).toStdString(), std::string("tavi-export: ") + message + "\n");
     }
-
-    // One channel resampled to 4800 samples per frame over 100001 frames, from 160 bytes.
-    space.writeFile("emg.json", R"({"format": "tavi-recording", "version": 1, "frameRate": 1, "lastFrame": 100000,
-      "externalChannels": [{"name": "E"}], "frames": [{"frame": 0, "externalData": [[1]]}]})");
-    const QString emg = refused(space, {"emg.json", "out.xlsx"});
-    EXPECT_TRUE(emg.startsWith("tavi-export: emg.json: externalChannels: 1 channel resampled over 100001 frames")) << emg.toStdString();
-    // A small gzip file that unpacks to one text of many megabytes, whatever its name.
-    space.writeFile("huge-text.json",
-        gzipped(R"({"format": "tavi-recording", "version": 1, "subjectName": ")" + QByteArray(8 << 20, 'a') + "\"}"));
-    EXPECT_EQ(refused(space, {"huge-text.json", "out.xlsx"}),
-        "tavi-export: huge-text.json: subjectName: a string longer than 1048576 bytes\n");
 }
 
 TEST(CliFailures, PluginsThatCannotBeUsed)
@@ -95,9 +68,6 @@ TEST(CliFailures, WrongCommandLinesPointToHelp)
     const QList<QPair<QStringList, QString>> wrong = {
         {{"--set", "colour=true", "rec.json", "out.xlsx"}, R"(--set: unknown setting "colour")"},
         {{"--set", "frameSkip=1.5", "--demo", "out.xlsx"}, R"(--set: setting frameSkip takes an integer from 0 to 1000000, not "1.5")"},
-        {{"--set", "frameSkip=", "--demo", "out.xlsx"}, R"(--set: setting frameSkip takes an integer from 0 to 1000000, not "")"},
-        {{"--set", "frameSkip=2147483647", "--demo", "out.xlsx"}, R"(--set: setting frameSkip takes an integer from 0 to 1000000, not "2147483647")"},
-        {{"--set", "frameSkip=-1", "--demo", "out.xlsx"}, R"(--set: setting frameSkip takes an integer from 0 to 1000000, not "-1")"},
         {{"--sheets", "jointAngles,frameSkip", "--demo", "out.xlsx"}, R"(--sheets: unknown sheet "frameSkip"; the sheets are: centerOfMass,)"},
         {{"--jobs", "2", "--demo", "out.xlsx"}, "--jobs goes with --output-dir"},
         {{"--output-dir", "missing", "rec.json"}, R"(the output folder "missing" does not exist; create it first)"},
@@ -107,8 +77,6 @@ TEST(CliFailures, WrongCommandLinesPointToHelp)
         {{"--report", "missing/r.json", "--demo", "out.xlsx"}, "the folder of the report"},
         // Control characters from the command line reach the terminal escaped.
         {{"--demo\x1b[2J", "out.xlsx"}, R"(Unknown option 'demo\x1b[2J'.)"},
-        {{"--set", "segmentPos=1", "--demo", "out.xlsx"}, R"(--set: setting segmentPos takes true or false, not "1")"},
-        {{"--set", "frameSkip", "--demo", "out.xlsx"}, R"(--set: "frameSkip" is not of the form KEY=VALUE)"},
         // A valid override does not excuse a bad one after it.
         {{"--set", "frameSkip=2", "--set", "markers=maybe", "rec.json", "out.xlsx"}, "--set: setting markers"},
         {{}, ""},
@@ -160,7 +128,8 @@ TEST(CliFailures, OutputsRefusedBeforeAnyExport)
     EXPECT_TRUE(QDir(space.path("sub/folder.xlsx")).isEmpty());
     EXPECT_FALSE(space.exists("out.csv"));
     // Any case of the extension is a workbook name.
-    EXPECT_TRUE(space.exportAndRead({"rec.json", "OUT.XLSX"}));
+    space.exportQuietly({"rec.json", "OUT.XLSX"});
+    EXPECT_TRUE(space.exists("OUT.XLSX"));
 }
 
 TEST(CliFailures, FailedExportsReportThePluginsMessage)
@@ -171,41 +140,24 @@ TEST(CliFailures, FailedExportsReportThePluginsMessage)
     space.writeFile("before.xlsx", "an earlier file");
     for (const auto& [locale, message] : {std::pair{"C.UTF-8", "Exception encountered: File too large"},
              std::pair{"de_DE.UTF-8", "Ausnahme aufgetreten: "}}) {
-        QProcess process;
-        space.start(process, {"-c", QStringLiteral("ulimit -f 100; exec '%1' --demo before.xlsx").arg(cliProgram())},
-            locale, QStringLiteral("/bin/sh"));
-        ASSERT_TRUE(process.waitForFinished(60000));
-        const QString error = QString::fromLocal8Bit(process.readAllStandardError());
-        EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
-        EXPECT_EQ(process.exitCode(), 1);
-        EXPECT_TRUE(error.startsWith(QStringLiteral("tavi-export: ") + message)) << error.toStdString();
+        const CliResult result = space.run({"--demo", "before.xlsx"}, "ulimit -f 100", locale);
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_TRUE(result.err.startsWith(QStringLiteral("tavi-export: ") + message)) << result.err.toStdString();
         EXPECT_EQ(space.readFile("before.xlsx"), "an earlier file");
     }
     EXPECT_TRUE(space.temporaryFolders().isEmpty()) << space.temporaryFolders().join(u' ').toStdString();
 }
 
-TEST(CliFailures, InterruptedExportRemovesItsTemporaryFolder)
+TEST(CliFailures, OptionsWithoutADisplayExplainAndExit)
 {
     CliWorkspace space;
-    QProcess process;
-    // Long enough to be caught in the middle.
-    space.start(process, {"--synthetic", "110000", "big.xlsx"});
-    ASSERT_TRUE(process.waitForStarted());
-    for (int wait = 0; wait < 400 && !space.exists("big.xlsx_fldr"); ++wait)
-        QThread::msleep(25);
-    ASSERT_TRUE(space.exists("big.xlsx_fldr"));
-    process.terminate();
-    ASSERT_TRUE(process.waitForFinished(60000));
-
-    const QString error = QString::fromLocal8Bit(process.readAllStandardError());
-    EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
-    EXPECT_EQ(process.exitCode(), 128 + SIGTERM);
-    EXPECT_TRUE(error.endsWith(
-        "tavi-export: interrupted; unfinished exports were abandoned and their temporary files "
-        "removed\n"))
-        << error.toStdString();
-    EXPECT_FALSE(space.exists("big.xlsx"));
-    EXPECT_TRUE(space.temporaryFolders().isEmpty());
+    const QString noDisplay = "unset DISPLAY WAYLAND_DISPLAY QT_QPA_PLATFORM";
+    for (const auto& [shell, reason] : {std::pair{noDisplay, "neither DISPLAY nor WAYLAND_DISPLAY is set"},
+             std::pair{noDisplay + "; export DISPLAY=:987", ":987"}}) { // no X server answers there
+        const QString error = refused(space, {"--options"}, shell);
+        EXPECT_TRUE(error.startsWith("tavi-export: --options shows a dialog and needs a display")) << error.toStdString();
+        EXPECT_TRUE(error.contains(QLatin1String(reason))) << error.toStdString();
+    }
 }
 
 TEST(CliFailures, HelpAndVersionSucceed)

@@ -17,7 +17,6 @@
 #include <zlib.h>
 
 #include <optional>
-#include <ostream>
 
 struct CliResult
 {
@@ -29,44 +28,6 @@ struct CliResult
 inline QString cliProgram()
 {
     return QStringLiteral(TAVI_BINARY_DIR "/host/tavi-export");
-}
-
-// Rows in failure messages as JSON.
-inline void PrintTo(const QJsonArray& array, std::ostream* out)
-{
-    *out << QJsonDocument(array).toJson(QJsonDocument::Compact).toStdString();
-}
-
-// Rows of a sheet, header included; -1 for a sheet the workbook lacks.
-inline int rowsOf(const DumpedWorkbook& book, const QString& title)
-{
-    const DumpedSheet* sheet = book.sheet(title);
-    return sheet ? sheet->rowCount() : -1;
-}
-
-// A row's cells (1-based, as in the sheet) up to its last non-empty one.
-inline QJsonArray cellsOf(const DumpedSheet& sheet, int row)
-{
-    QJsonArray cells = sheet.rows.at(row - 1).toArray();
-    while (!cells.isEmpty() && cells.last().isNull())
-        cells.removeLast();
-    return cells;
-}
-
-// The bytes in gzip format.
-inline QByteArray gzipped(const QByteArray& bytes)
-{
-    QByteArray out(int(compressBound(uLong(bytes.size()))) + 64, '\0');
-    z_stream stream = {};
-    deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY);
-    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(bytes.data()));
-    stream.avail_in = uInt(bytes.size());
-    stream.next_out = reinterpret_cast<Bytef*>(out.data());
-    stream.avail_out = uInt(out.size());
-    deflate(&stream, Z_FINISH);
-    out.truncate(int(stream.total_out));
-    deflateEnd(&stream);
-    return out;
 }
 
 // The names of the entries whose content differs between two workbooks (or that one lacks),
@@ -106,10 +67,15 @@ public:
         process.start(program, arguments);
     }
 
-    CliResult run(const QStringList& arguments, const QString& locale = QStringLiteral("C.UTF-8")) const
+    // Runs the program; with `shell` given, /bin/sh runs those commands first (limits,
+    // environment) and then the program.
+    CliResult run(const QStringList& arguments, const QString& shell = {}, const QString& locale = QStringLiteral("C.UTF-8")) const
     {
         QProcess process;
-        start(process, arguments, locale);
+        if (shell.isEmpty())
+            start(process, arguments, locale);
+        else
+            start(process, QStringList{"-c", shell + "; exec \"$0\" \"$@\"", cliProgram()} + arguments, locale, "/bin/sh");
         const bool finished = process.waitForFinished(120000);
         EXPECT_TRUE(finished) << "tavi-export did not finish: " << arguments.join(u' ').toStdString();
         return {finished && process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
@@ -117,19 +83,26 @@ public:
             QString::fromLocal8Bit(process.readAllStandardError())};
     }
 
-    // Runs an export that must succeed quietly (standard error is no terminal here) and
-    // reads back the workbook named last on the command line.
-    std::optional<DumpedWorkbook> exportAndRead(const QStringList& arguments) const
+    // Runs an export that must succeed without a word on standard error and leave no
+    // temporary folder; answers its summary line.
+    QString exportQuietly(const QStringList& arguments) const
     {
         const CliResult result = run(arguments);
         EXPECT_EQ(result.exitCode, 0) << result.err.toStdString();
         EXPECT_TRUE(result.err.isEmpty()) << result.err.toStdString();
         EXPECT_TRUE(temporaryFolders().isEmpty());
-        return result.exitCode == 0 ? readWorkbook(path(arguments.last())) : std::nullopt;
+        return result.out;
     }
 
-    void writeFile(const QString& name, const QByteArray& bytes) const
+    void writeFile(const QString& name, const QByteArray& bytes, bool gzipped = false) const
     {
+        if (gzipped) {
+            gzFile file = gzopen(QFile::encodeName(path(name)).constData(), "wb");
+            ASSERT_NE(file, nullptr) << name.toStdString();
+            gzwrite(file, bytes.constData(), unsigned(bytes.size()));
+            ASSERT_EQ(gzclose(file), Z_OK);
+            return;
+        }
         QFile file(path(name));
         ASSERT_TRUE(file.open(QIODevice::WriteOnly)) << name.toStdString();
         file.write(bytes);

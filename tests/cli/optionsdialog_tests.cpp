@@ -1,6 +1,6 @@
 // The --options dialog around the plug-in's options page, driven through its buttons: Apply
 // and OK store the page's choices in the settings file, Cancel drops what was not applied;
-// the buttons follow the language. Without a display the program says so and exits.
+// the buttons follow the language.
 
 #include "dialogapplication.h"
 #include "optionsdialog.h"
@@ -15,8 +15,6 @@
 #include <QComboBox>
 #include <QDialog>
 #include <QDialogButtonBox>
-#include <QDir>
-#include <QProcess>
 #include <QPushButton>
 #include <QSettings>
 #include <QTemporaryDir>
@@ -121,37 +119,4 @@ TEST_F(OptionsDialogTest, ButtonsFollowTheLanguage)
         press(dialog, QDialogButtonBox::Cancel);
     });
     EXPECT_EQ(texts, (QStringList{"OK", "Anwenden", "Abbrechen"}));
-}
-
-TEST(OptionsDialogProgram, WithoutADisplayExplainsAndExits)
-{
-    struct Case
-    {
-        const char* display; // null: unset
-        const char* reason;
-    };
-    const Case cases[] = {
-        {nullptr, "neither DISPLAY nor WAYLAND_DISPLAY is set"},
-        {":987", ":987"}, // no X server answers there
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.display ? c.display : "no DISPLAY");
-        QTemporaryDir config;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
-            env.remove(QString::fromLatin1(name));
-        if (c.display)
-            env.insert(QStringLiteral("DISPLAY"), QString::fromLatin1(c.display));
-        env.insert(QStringLiteral("XDG_CONFIG_HOME"), config.path());
-        QProcess process;
-        process.setProcessEnvironment(env);
-        process.start(QStringLiteral(TAVI_BINARY_DIR "/host/tavi-export"), {QStringLiteral("--options")});
-        ASSERT_TRUE(process.waitForFinished(30000));
-        const QString err = QString::fromLocal8Bit(process.readAllStandardError());
-        EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
-        EXPECT_EQ(process.exitCode(), 2) << err.toStdString();
-        EXPECT_TRUE(err.startsWith("tavi-export: --options shows a dialog and needs a display")) << err.toStdString();
-        EXPECT_TRUE(err.contains(QString::fromLatin1(c.reason))) << err.toStdString();
-        EXPECT_TRUE(QDir(config.path()).isEmpty()) << "no settings file is made";
-    }
 }
