@@ -4,12 +4,16 @@
 #include "recordingreader.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 #include <zlib.h>
+
+#include <cmath>
+#include <limits>
 
 namespace {
 
@@ -25,27 +29,6 @@ QByteArray withFrames(const QByteArray& frames)
 
 } // namespace
 
-TEST(HostReader, ReadsGzipFilesAndRejectsCutOnes)
-{
-    const QByteArray json = withFrames(R"([{"frame": 7, "pose": {"globalPosition": [1.5, 2.5, 3.5]}}])");
-    QTemporaryDir dir;
-    const QString gz = dir.filePath("rec.json.gz");
-    gzFile zipped = gzopen(QFile::encodeName(gz).constData(), "wb");
-    ASSERT_EQ(gzwrite(zipped, json.constData(), unsigned(json.size())), json.size());
-    ASSERT_EQ(gzclose(zipped), Z_OK);
-    const RecordingReadResult result = readRecordingFile(gz);
-    ASSERT_TRUE(result.ok()) << result.error.toStdString();
-    ASSERT_NE(result.recording->frame(7), nullptr);
-    EXPECT_EQ(result.recording->frame(7)->pose->globalPosition()[2], 3.5);
-
-    // A gzip stream cut short is a read error, not a recording.
-    QFile file(gz);
-    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
-    ASSERT_TRUE(file.resize(file.size() / 2));
-    file.close();
-    EXPECT_EQ(readRecordingFile(gz).error, gz + ": cannot read: unexpected end of file");
-}
-
 TEST(HostReader, NumbersAgreeWithQtJsonParser)
 {
     const QByteArray numbers =
@@ -59,6 +42,23 @@ TEST(HostReader, NumbersAgreeWithQtJsonParser)
     ASSERT_EQ(read.size(), std::size_t(expected.size()));
     for (qsizetype i = 0; i < expected.size(); ++i)
         EXPECT_EQ(read[std::size_t(i)], expected[i].toDouble()) << "element " << i;
+
+    // Numbers that are not finite are written as strings; numbers past the range of a double
+    // are rounded as Qt rounds them.
+    const RecordingReadResult special = readRecordingText(withFrames(R"([{"frame": 0, "pose": {
+        "globalPosition": ["NaN", "-Infinity", -0.0, 1e-400, 1e400], "segments": [{"q": ["NaN", 0, "Infinity", 1]}]}}])"),
+        "special.json");
+    ASSERT_TRUE(special.ok()) << special.error.toStdString();
+    const ZtVector position = special.recording->frame(0)->pose->globalPosition();
+    ASSERT_EQ(position.size(), 5u);
+    EXPECT_TRUE(std::isnan(position[0]));
+    EXPECT_EQ(position[1], -std::numeric_limits<double>::infinity());
+    EXPECT_TRUE(std::signbit(position[2]));
+    EXPECT_EQ(position[3], 0.0);
+    EXPECT_EQ(position[4], std::numeric_limits<double>::infinity());
+    const ZtQuaternion q = special.recording->frame(0)->pose->q_gb(0, PoseBaseGlobal);
+    EXPECT_TRUE(std::isnan(q.q0));
+    EXPECT_EQ(q.q2, std::numeric_limits<double>::infinity());
 
     const RecordingReadResult escapes = readRecordingText(withFields(R"("subjectName": "\u00e9\ud83d\ude00\n\"/")"), "rec.json");
     ASSERT_TRUE(escapes.ok()) << escapes.error.toStdString();
@@ -78,7 +78,6 @@ TEST(HostReader, RejectionsNameTheFieldAndWhatWasExpected)
         // Format and version.
         {R"({"version": 1})", R"(: format: missing, expected the string "tavi-recording")"},
         {R"({"format": "other", "version": 1})", R"(: format: expected the string "tavi-recording", found the string "other")"},
-        {R"({"format": 1, "version": 1})", R"(: format: expected the string "tavi-recording", found a number)"},
         {R"({"format": "tavi-recording"})", ": version: missing, expected the integer 1"},
         {R"({"format": "tavi-recording", "version": "1"})", R"(: version: expected the integer 1, found the string "1")"},
         // The version is reported even when the fields of the other version do not fit.
@@ -109,9 +108,6 @@ TEST(HostReader, RejectionsNameTheFieldAndWhatWasExpected)
             R"(: frameRate: expected a frame rate from 0 to 100000 frames per second, found the string "fast")"},
         {withFields(R"("tPoseSegmentCount": "23")"),
             ": tPoseSegmentCount: expected null or an integer segment count from 0 to 1000, found a string"},
-        {withFields(R"("markers": [{"frame": "1", "text": "x"}])"), ": markers[0].frame: expected " + FrameNumber + ", found a string"},
-        {withFields(R"("externalChannels": [{"name": "EMG", "info": {"frameRate": 2000}}])"),
-            ": externalChannels[0].info.frameRate: expected a string, found a number"},
         {withFields(R"j("externalChannels": [{"name": "EMG", "info": {"rate (Hz)": true}}])j"),
             R"j(: externalChannels[0].info["rate (Hz)"]: expected a string, found a boolean)j"},
         {withFields(R"("fingerTracking": {"segmentNames": [["a"], ["b"], ["c"]]})"),
@@ -156,15 +152,10 @@ TEST(HostReader, ValuesNoStudioProducesAreRefusedBeforeTheyCostMemory)
         QByteArray json;
         std::string message; // after "rec.json: "; a start when it ends in "..."
     } cases[] = {
-        {withFields(R"("frameCount": -1)"), "frameCount: expected an integer frame count from 0 to 100000000, found the number -1"},
         {withFields(R"("frameCount": 2147483647)"),
             "frameCount: expected an integer frame count from 0 to 100000000, found the number 2147483647"},
-        {withFields(R"("externalDataCount": -5)"),
-            "externalDataCount: expected an integer sample count from 0 to 1000000000, found the number -5"},
         {withFields(R"("externalDataCount": 2147483647)"),
             "externalDataCount: expected an integer sample count from 0 to 1000000000, found the number 2147483647"},
-        {withFields(R"("tPoseSegmentCount": -2)"),
-            "tPoseSegmentCount: expected null or an integer segment count from 0 to 1000, found the number -2"},
         {withFields(R"("tPoseSegmentCount": 2147483647)"),
             "tPoseSegmentCount: expected null or an integer segment count from 0 to 1000, found the number 2147483647"},
         {withFrames(R"([{"frame": -2147483648}, {"frame": 2147483647}])"),
@@ -218,7 +209,7 @@ TEST(HostReader, ValuesNoStudioProducesAreRefusedBeforeTheyCostMemory)
     }
 }
 
-TEST(HostReader, AcceptsAByteOrderMarkAndGzipWhateverTheName)
+TEST(HostReader, ReadsPlainAndGzipFilesWhateverTheNameAndRejectsCutOnes)
 {
     const QByteArray json = withFrames(R"([{"frame": 4}])");
     QTemporaryDir dir;
@@ -241,6 +232,10 @@ TEST(HostReader, AcceptsAByteOrderMarkAndGzipWhateverTheName)
         ASSERT_TRUE(result.ok()) << result.error.toStdString();
         EXPECT_EQ(result.recording->frameNumbers(), std::vector<int>{4});
     }
+    // A gzip stream cut short is a read error, not a recording.
+    const QString zipped = dir.filePath("zipped.json");
+    ASSERT_TRUE(QFile::resize(zipped, QFileInfo(zipped).size() / 2));
+    EXPECT_EQ(readRecordingFile(zipped).error, zipped + ": cannot read: unexpected end of file");
     // Positions count the mark's bytes in the offset but not in the column.
     EXPECT_EQ(readRecordingFile(written("bad-bom.json", "\xEF\xBB\xBF{]", false)).error,
         dir.filePath("bad-bom.json") + ":1:2: invalid JSON: expected a member name in double quotes (byte offset 4)");
