@@ -10,81 +10,41 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <iterator>
 #include <string>
-#include <vector>
+#include <string_view>
 
 namespace {
 
-// An element with its attributes, text and child elements, as an XML reader sees it.
-struct Element
+// Every element `name` of a document, in order: its attribute `key`, or with a null key its
+// text. Fails the test unless the document is well-formed and starts with the standalone UTF-8
+// declaration.
+QStringList valuesOf(std::string_view document, const char* name, const char* key = nullptr)
 {
-    QString name;
-    QXmlStreamAttributes attributes;
-    QString text;
-    std::vector<Element> children;
-
-    QString attribute(const char* key) const { return attributes.value(QLatin1String(key)).toString(); }
-    // The first child of that name, or an empty element.
-    const Element& operator[](const char* childName) const
-    {
-        static const Element none;
-        for (const Element& child : children)
-            if (child.name == QLatin1String(childName))
-                return child;
-        return none;
-    }
-    // The attribute `key` (or with a null key, the text) of every child, in order.
-    QStringList ofChildren(const char* key) const
-    {
-        QStringList values;
-        for (const Element& child : children)
-            values << (key ? child.attribute(key) : child.text);
-        return values;
-    }
-};
-
-Element readElement(QXmlStreamReader& reader)
-{
-    Element element{reader.qualifiedName().toString(), reader.attributes(), {}, {}};
-    while (reader.readNext() != QXmlStreamReader::EndElement && !reader.atEnd()) {
-        if (reader.tokenType() == QXmlStreamReader::StartElement)
-            element.children.push_back(readElement(reader));
-        else if (reader.tokenType() == QXmlStreamReader::Characters)
-            element.text += reader.text();
-    }
-    return element;
-}
-
-// Parses a whole document, which must start with the standalone UTF-8 declaration; fails the
-// test when it is not well-formed.
-Element parse(std::string_view text)
-{
-    EXPECT_TRUE(text.starts_with("<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n")) << text.substr(0, 80);
-    QXmlStreamReader reader(QByteArray(text.data(), static_cast<qsizetype>(text.size())));
-    Element root;
+    EXPECT_TRUE(document.starts_with("<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n"));
+    QXmlStreamReader reader(QByteArray(document.data(), static_cast<qsizetype>(document.size())));
+    QStringList values;
     while (!reader.atEnd())
-        if (reader.readNext() == QXmlStreamReader::StartElement)
-            root = readElement(reader);
+        if (reader.readNext() == QXmlStreamReader::StartElement && reader.qualifiedName() == QLatin1String(name))
+            values << (key ? reader.attributes().value(QLatin1String(key)).toString() : reader.readElementText());
     EXPECT_FALSE(reader.hasError()) << reader.errorString().toStdString() << " at " << reader.characterOffset();
-    return root;
+    return values;
 }
 
 TEST(PackageParts, FixedTextsAreWellFormed)
 {
-    EXPECT_EQ(parse(xlsx::PackageRelationships).ofChildren("Target"),
+    EXPECT_EQ(valuesOf(xlsx::PackageRelationships, "Relationship", "Target"),
         QStringList({"xl/workbook.xml", "docProps/core.xml", "docProps/app.xml"}));
-    // Date cells use cell format 1, whose number format must exist.
-    const Element styles = parse(xlsx::StyleSheet);
-    ASSERT_EQ(styles["cellXfs"].children.size(), 2u);
-    EXPECT_EQ(styles["cellXfs"].children[1].attribute("numFmtId"), styles["numFmts"]["numFmt"].attribute("numFmtId"));
-    EXPECT_EQ(parse(xlsx::Theme).name, QStringLiteral("a:theme"));
+    // Date cells use cell format 1 (the third format after the style's own), whose number
+    // format must exist.
+    EXPECT_EQ(valuesOf(xlsx::StyleSheet, "xf", "numFmtId").value(2), valuesOf(xlsx::StyleSheet, "numFmt", "numFmtId").value(0));
+    EXPECT_EQ(valuesOf(xlsx::Theme, "a:theme", "name").size(), 1);
 
     // The core properties carry the moment in UTC as created and modified time.
     const QString timestamp = xlsx::corePropertiesTimestamp(QDateTime(QDate(2026, 4, 5), QTime(15, 7, 9), QTimeZone(2 * 3600)));
     EXPECT_EQ(timestamp, QStringLiteral("2026-04-05T13:07:09Z"));
-    const Element core = parse(xlsx::coreProperties(timestamp).toStdString());
-    EXPECT_EQ(core["dcterms:created"].text, timestamp);
-    EXPECT_EQ(core["dcterms:modified"].text, timestamp);
+    const std::string core = xlsx::coreProperties(timestamp).toStdString();
+    EXPECT_EQ(valuesOf(core, "dcterms:created") + valuesOf(core, "dcterms:modified"), QStringList({timestamp, timestamp}));
 }
 
 // The four fragment files of a workbook, their heads and tails written around addSheet: sheets
@@ -92,60 +52,47 @@ TEST(PackageParts, FixedTextsAreWellFormed)
 // continues) while the relationships follow the sheet numbers.
 TEST(PackageParts, WorkbookFragmentsListTheSheets)
 {
-    const std::vector<std::vector<std::pair<int, QString>>> cases = {{{1, "General Information"}},
-        {{1, "General Information"}, {2, "External Data"}, {4, "External Data 2"}, {3, "Sensor Orientation - Quat"}}};
-    for (const auto& sheets : cases) {
-        const int count = static_cast<int>(sheets.size());
-        SCOPED_TRACE(count);
-        QTemporaryDir dir;
-        const char* names[4] = {"workbook.xml", "[Content_Types].xml", "app.xml", "workbook.xml.rels"};
-        xlsx::PartFile files[4];
-        for (int i = 0; i < 4; ++i)
-            xlsx::createBasic(files[i], dir.filePath(QLatin1String(names[i])));
-        xlsx::writeWorkbookHead(files[0]);
-        xlsx::writeContentTypesHead(files[1]);
-        xlsx::writeAppPropertiesHead(files[2], count);
-        xlsx::writeWorkbookRelsHead(files[3]);
-        for (const auto& [number, title] : sheets)
-            xlsx::addSheet(number, title.toStdString(), files[0], files[1], files[2]);
-        for (int number = 1; number <= count; ++number)
-            xlsx::addSheetRelationship(number, files[3]);
-        xlsx::writeWorkbookTail(files[0]);
-        xlsx::writeContentTypesTail(files[1]);
-        xlsx::writeAppPropertiesTail(files[2]);
-        xlsx::writeWorkbookRelsTail(files[3], count + 1);
-        Element parts[4];
-        for (int i = 0; i < 4; ++i) {
-            EXPECT_FALSE(files[i].isOpen());
-            std::ifstream in(dir.filePath(QLatin1String(names[i])).toStdString(), std::ios::binary);
-            parts[i] = parse(std::string(std::istreambuf_iterator<char>(in), {}));
-        }
-
-        QStringList titles, ids, relationIds, overrides = {"/xl/workbook.xml"}, targets;
-        for (const auto& [number, title] : sheets) {
-            titles << title;
-            ids << QString::number(number);
-            relationIds << QStringLiteral("rId%1").arg(number);
-            overrides << QStringLiteral("/xl/worksheets/sheet%1.xml").arg(number);
-        }
-        for (int number = 1; number <= count; ++number)
-            targets << QStringLiteral("worksheets/sheet%1.xml").arg(number);
-        overrides << QStringList{"/xl/theme/theme1.xml", "/xl/styles.xml", "/xl/sharedStrings.xml", "/docProps/core.xml", "/docProps/app.xml"};
-        targets << QStringList{"theme/theme1.xml", "styles.xml", "sharedStrings.xml"};
-
-        EXPECT_EQ(parts[0]["sheets"].ofChildren("name"), titles);
-        EXPECT_EQ(parts[0]["sheets"].ofChildren("sheetId"), ids);
-        EXPECT_EQ(parts[0]["sheets"].ofChildren("r:id"), relationIds);
-        EXPECT_EQ(parts[1].ofChildren("PartName").mid(2), overrides); // after the two defaults
-        EXPECT_EQ(parts[2]["HeadingPairs"]["vt:vector"].children.at(1)["vt:i4"].text, QString::number(count));
-        EXPECT_EQ(parts[2]["TitlesOfParts"]["vt:vector"].attribute("size"), QString::number(count));
-        EXPECT_EQ(parts[2]["TitlesOfParts"]["vt:vector"].ofChildren(nullptr), titles);
-        EXPECT_EQ(parts[3].ofChildren("Target"), targets);
-        QStringList numbered;
-        for (int id = 1; id <= count + 3; ++id)
-            numbered << QStringLiteral("rId%1").arg(id);
-        EXPECT_EQ(parts[3].ofChildren("Id"), numbered);
+    const QStringList titles = {"General Information", "External Data", "External Data 2", "Sensor Orientation - Quat"};
+    const int numbers[] = {1, 2, 4, 3};
+    QTemporaryDir dir;
+    const char* names[4] = {"workbook.xml", "[Content_Types].xml", "app.xml", "workbook.xml.rels"};
+    xlsx::PartFile files[4];
+    for (int i = 0; i < 4; ++i)
+        xlsx::createBasic(files[i], dir.filePath(QLatin1String(names[i])));
+    xlsx::writeWorkbookHead(files[0]);
+    xlsx::writeContentTypesHead(files[1]);
+    xlsx::writeAppPropertiesHead(files[2], 4);
+    xlsx::writeWorkbookRelsHead(files[3]);
+    for (int i = 0; i < 4; ++i)
+        xlsx::addSheet(numbers[i], titles[i].toStdString(), files[0], files[1], files[2]);
+    for (int number = 1; number <= 4; ++number)
+        xlsx::addSheetRelationship(number, files[3]);
+    xlsx::writeWorkbookTail(files[0]);
+    xlsx::writeContentTypesTail(files[1]);
+    xlsx::writeAppPropertiesTail(files[2]);
+    xlsx::writeWorkbookRelsTail(files[3], 5);
+    std::string parts[4];
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_FALSE(files[i].isOpen());
+        std::ifstream in(dir.filePath(QLatin1String(names[i])).toStdString(), std::ios::binary);
+        parts[i] = std::string(std::istreambuf_iterator<char>(in), {});
     }
+
+    EXPECT_EQ(valuesOf(parts[0], "sheet", "name"), titles);
+    EXPECT_EQ(valuesOf(parts[0], "sheet", "sheetId"), QStringList({"1", "2", "4", "3"}));
+    EXPECT_EQ(valuesOf(parts[0], "sheet", "r:id"), QStringList({"rId1", "rId2", "rId4", "rId3"}));
+    EXPECT_EQ(valuesOf(parts[1], "Override", "PartName"),
+        QStringList({"/xl/workbook.xml", "/xl/worksheets/sheet1.xml", "/xl/worksheets/sheet2.xml",
+            "/xl/worksheets/sheet4.xml", "/xl/worksheets/sheet3.xml", "/xl/theme/theme1.xml", "/xl/styles.xml",
+            "/xl/sharedStrings.xml", "/docProps/core.xml", "/docProps/app.xml"}));
+    EXPECT_EQ(valuesOf(parts[2], "vt:i4"), QStringList({"4"}));
+    EXPECT_EQ(valuesOf(parts[2], "vt:vector", "size"), QStringList({"2", "4"}));
+    EXPECT_EQ(valuesOf(parts[2], "vt:lpstr"), QStringList({"Worksheets"}) + titles);
+    EXPECT_EQ(valuesOf(parts[3], "Relationship", "Target"),
+        QStringList({"worksheets/sheet1.xml", "worksheets/sheet2.xml", "worksheets/sheet3.xml", "worksheets/sheet4.xml",
+            "theme/theme1.xml", "styles.xml", "sharedStrings.xml"}));
+    EXPECT_EQ(valuesOf(parts[3], "Relationship", "Id"),
+        QStringList({"rId1", "rId2", "rId3", "rId4", "rId5", "rId6", "rId7"}));
 }
 
 } // namespace
