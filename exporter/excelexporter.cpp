@@ -75,7 +75,7 @@ void ExcelExporter::initializeSession(const QString& fileName)
     m_cells.reset();
     m_nextSheetNumber = 1;
     m_markerList.clear();
-    m_tempFolder = fileName + QStringLiteral("_fldr/");
+    m_tempFolder = fileName + QLatin1String(TempFolder::FolderSuffix) + u'/';
     acquireTempFolder();
 
     openSheet(SheetId::GeneralInfo);

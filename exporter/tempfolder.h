@@ -18,7 +18,9 @@ public:
         Unusable, // the name is taken by something else, or no folder can be made there
     };
 
-    // Inside the folder: the lock file, and the archive written before it replaces the target.
+    // The folder's name is the target's followed by FolderSuffix. Inside it: the lock file, and
+    // the archive written before it replaces the target.
+    static constexpr const char* FolderSuffix = "_fldr";
     static constexpr const char* LockFileName = ".export.lock";
     static constexpr const char* ArchiveName = "export.xlsx.tmp";
 

@@ -7,6 +7,7 @@
 #include "messagetext.h"
 #include "outputcheck.h"
 #include "progressdisplay.h"
+#include "sheetstream.h"
 
 #include <QElapsedTimer>
 #include <QFileInfo>
@@ -162,7 +163,7 @@ QString continuationNote(const ExportRequest& request, const ExportResult& resul
     if (continuations.isEmpty())
         return QString();
     return QStringLiteral("note: %1 has sheets longer than %2 rows; they go on in %3")
-        .arg(quoted(request.outputPath), QLocale(QLocale::English).toString(MostSheetRows),
+        .arg(quoted(request.outputPath), QLocale(QLocale::English).toString(xlsx::SheetStream::MaxRows),
             continuations.join(QStringLiteral(", ")));
 }
 

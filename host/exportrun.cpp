@@ -3,6 +3,8 @@
 #include "abstractplugin.h"
 #include "abstractsettingssynchronizer.h"
 #include "abstracttavistudioplugininterface.h"
+#include "exportsettings.h"
+#include "tempfolder.h"
 
 #include <QFileInfo>
 
@@ -26,7 +28,7 @@ std::int64_t millisecondsNow()
 
 QString temporaryFolderOf(const QString& outputPath)
 {
-    return QFileInfo(outputPath).absoluteFilePath() + QStringLiteral("_fldr");
+    return QFileInfo(outputPath).absoluteFilePath() + QLatin1String(TempFolder::FolderSuffix);
 }
 
 bool standardErrorIsTerminal()
@@ -89,7 +91,7 @@ ExportOutcome runExport(const ExportJob& job, ExportActivity& activity)
 
 std::int64_t effectiveFrameSkip(const AbstractSettingsSynchronizer& settings)
 {
-    return std::max(0, settings.value(QStringLiteral("frameSkip")).toInt());
+    return std::clamp(settings.value(QLatin1String(FrameSkipKey)).toInt(), 0, FrameSkipLimit);
 }
 
 std::int64_t exportedFrameCount(std::int64_t frameCalls, std::int64_t frameSkip)

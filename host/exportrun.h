@@ -47,8 +47,8 @@ struct ExportActivity
 // A steady clock for phase times.
 std::int64_t millisecondsNow();
 
-// The folder in which the plug-in keeps an export's temporary files: the target's absolute
-// name followed by "_fldr".
+// The folder in which the plug-in keeps an export's temporary files, named after the target's
+// absolute name.
 QString temporaryFolderOf(const QString& outputPath);
 
 struct ExportJob
@@ -77,7 +77,7 @@ ExportOutcome runExport(const ExportJob& job, ExportActivity& activity);
 // Whether standard error is a terminal, where a progress display belongs.
 bool standardErrorIsTerminal();
 
-// The frame skip the exporter applies for these settings (a negative one counts as 0) and the
+// The frame skip the exporter applies for these settings (brought into 0..FrameSkipLimit) and the
 // number of frames it exports of `frameCalls`.
 std::int64_t effectiveFrameSkip(const AbstractSettingsSynchronizer& settings);
 std::int64_t exportedFrameCount(std::int64_t frameCalls, std::int64_t frameSkip);

@@ -1,15 +1,9 @@
 #include "packagingprogress.h"
 
+#include "tempfolder.h"
+
 #include <QDir>
 #include <QFileInfo>
-
-namespace {
-
-// Names the plug-in gives its archive under construction and its lock file.
-const QString ArchiveName = QStringLiteral("export.xlsx.tmp");
-const QString LockName = QStringLiteral(".export.lock");
-
-} // namespace
 
 double PackagingProgress::fractionDone() const
 {
@@ -30,9 +24,9 @@ PackagingProgress readPackagingProgress(const QString& temporaryFolder)
     PackagingProgress progress;
     const QFileInfoList files = QDir(temporaryFolder).entryInfoList(QDir::Files | QDir::Hidden | QDir::NoSymLinks | QDir::NoDotAndDotDot);
     for (const QFileInfo& file : files) {
-        if (file.fileName() == ArchiveName)
+        if (file.fileName() == QLatin1String(TempFolder::ArchiveName))
             progress.archiveBytes += file.size();
-        else if (file.fileName() != LockName)
+        else if (file.fileName() != QLatin1String(TempFolder::LockFileName))
             progress.partBytes += file.size();
     }
     return progress;

@@ -20,9 +20,5 @@ struct WorkbookSummary
     QStringList continuationSheets;
 };
 
-// The most rows a worksheet holds; the exporter carries a longer sheet on in continuation
-// sheets.
-inline constexpr std::int64_t MostSheetRows = 1048576;
-
 // Answers nothing when the file is not a workbook that can be read.
 std::optional<WorkbookSummary> summarizeWorkbook(const QString& path);
