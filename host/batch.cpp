@@ -116,6 +116,12 @@ ExportResult exportOne(const BatchContext& context, const ExportRequest& request
     return result;
 }
 
+// The count with English digit grouping and the word that goes with it: "1 sheet", "2 sheets".
+QString counted(std::int64_t count, const char* one, const char* many)
+{
+    return QLocale(QLocale::English).toString(count) + u' ' + QLatin1String(count == 1 ? one : many);
+}
+
 void printLine(FILE* stream, const QString& text)
 {
     std::fputs(qPrintable(printable(text) + u'\n'), stream);
@@ -147,14 +153,12 @@ QString summaryLine(const ExportRequest& request, const ExportResult& result)
 {
     if (result.status == ExportResult::Status::Skipped)
         return QStringLiteral("skipped %1: it exists already").arg(quoted(request.outputPath));
-    const QLocale english(QLocale::English);
-    return QStringLiteral(
-        "wrote %1: %2 of %3 frames (frame skip %4), %5 sheets, %6 rows, %7 continuation sheets, "
-        "%8 s, %9 bytes")
-        .arg(quoted(request.outputPath), english.toString(result.exportedFrames), english.toString(result.frames),
-            QString::number(result.frameSkip), QString::number(result.workbook.sheets),
-            english.toString(result.workbook.rows), QString::number(result.workbook.continuationSheets.size()),
-            QString::number(result.seconds, 'f', 1), english.toString(result.bytes));
+    return QStringLiteral("wrote %1: %2 of %3 (frame skip %4), %5, %6, %7, %8 s, %9")
+        .arg(quoted(request.outputPath), QLocale(QLocale::English).toString(result.exportedFrames),
+            counted(result.frames, "frame", "frames"), QString::number(result.frameSkip),
+            counted(result.workbook.sheets, "sheet", "sheets"), counted(result.workbook.rows, "row", "rows"),
+            counted(result.workbook.continuationSheets.size(), "continuation sheet", "continuation sheets"),
+            QString::number(result.seconds, 'f', 1), counted(result.bytes, "byte", "bytes"));
 }
 
 QString continuationNote(const ExportRequest& request, const ExportResult& result)

@@ -112,7 +112,7 @@ std::string RecordingBudget::checkExport(const Recording& recording) const
         std::snprintf(rateText, sizeof rateText, "%g", rate);
         return "externalChannels: " + plural(withSamples, "channel", "channels") + " resampled over "
             + plural(range, "frame", "frames") + " at a frame rate of " + rateText + " ("
-            + std::to_string(samplesPerFrame) + " samples per frame) would take "
+            + plural(samplesPerFrame, "sample", "samples") + " per frame) would take "
             + describeBytes(clampedEstimate(externalBytes)) + "; " + memoryRefusal();
     }
 

@@ -129,6 +129,8 @@ TEST(CliBatch, SummaryCountsWhatTheWorkbookHolds)
     request.outputPath = QStringLiteral("made.xlsx");
     ExportResult result;
     result.workbook = *summary;
+    result.frames = result.exportedFrames = 1;
+    EXPECT_TRUE(summaryLine(request, result).startsWith(R"(wrote "made.xlsx": 1 of 1 frame (frame skip 0), 4 sheets, 1,048,590 rows, 1 continuation sheet, )"));
     EXPECT_EQ(continuationNote(request, result).toStdString(),
         R"(note: "made.xlsx" has sheets longer than 1,048,576 rows; they go on in External Data 2)");
 
