@@ -90,18 +90,23 @@ TEST_F(ExportTest, NamesPlantedAtTheTemporaryFolderAreRefusedAndLeftAlone)
              writeFile(folder + "/" + TempFolder::LockFileName, "");
          }},
     };
+    // A name outside ASCII reaches the message as it was given.
+    const QString workbook = target(QStringLiteral("s\u00fcb-\u6570\u636e.xlsx"));
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         QDir(dir.path()).removeRecursively();
         QDir().mkpath(dir.path());
-        writeFile(target(), "the earlier workbook");
-        c.plant(target() + "_fldr");
+        writeFile(workbook, "the earlier workbook");
+        c.plant(workbook + "_fldr");
         const auto before = snapshot(dir.path());
 
         ExportSession s(smallRecording());
         ExcelExporter exporter(s.host, &s.settings);
-        EXPECT_FALSE(exporter.initialize(target()));
-        EXPECT_EQ(exporter.lastError(), "Could not create temporary file " + target() + "_fldr//sheet1.xml");
+        EXPECT_FALSE(exporter.initialize(workbook));
+        EXPECT_EQ(exporter.lastError(), "Could not create temporary file " + workbook + "_fldr//sheet1.xml");
+        EXPECT_EQ(s.host.usageEvents(), QStringList({"FileExportedExcel"}));
+        EXPECT_FALSE(exporter.exportFrame(0));
+        EXPECT_EQ(exporter.lastError(), "Export was not initialized");
         EXPECT_FALSE(exporter.finalize(false));
         EXPECT_TRUE(exporter.lastError().startsWith("Exception encountered: Could not create temporary file "))
             << exporter.lastError().toStdString();

