@@ -27,9 +27,8 @@ QByteArray recordingWithOffset(int offset)
 TEST(CliBatch, SideBySideExportsEndEachOnTheirOwn)
 {
     CliWorkspace space;
-    ASSERT_TRUE(QDir(space.path(".")).mkpath("in"));
-    ASSERT_TRUE(QDir(space.path(".")).mkpath("out"));
-    ASSERT_TRUE(QDir(space.path(".")).mkpath("single"));
+    for (const char* folder : {"in", "out", "single"})
+        ASSERT_TRUE(QDir(space.path(".")).mkpath(folder));
     space.writeFile("in/walk.json", recordingWithOffset(1));
     space.writeFile("in/run.json.gz", recordingWithOffset(7), true);
     space.writeFile("in/broken.json", "{");
@@ -55,8 +54,6 @@ TEST(CliBatch, SideBySideExportsEndEachOnTheirOwn)
         << batch.err.toStdString();
     EXPECT_EQ(space.readFile("out/kept.xlsx"), "an earlier workbook");
     EXPECT_EQ(space.readFile("out/blocked.xlsx_fldr"), "not ours");
-    EXPECT_FALSE(space.exists("out/broken.xlsx"));
-    EXPECT_FALSE(space.exists("out/blocked.xlsx"));
     EXPECT_EQ(QDir(space.path("out")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden),
         QStringList({"blocked.xlsx_fldr", "kept.xlsx", "run.xlsx", "walk.xlsx"}));
 
@@ -89,7 +86,6 @@ TEST(CliBatch, SideBySideExportsEndEachOnTheirOwn)
         ASSERT_EQ(space.run({inputs[index], single}).exitCode, 0);
         EXPECT_EQ(differingEntries(space.path(output), space.path(single)), QString()) << output.toStdString();
     }
-    EXPECT_EQ(recordings[1].toObject().value("error").toString().left(15), "in/broken.json:");
     EXPECT_TRUE(space.temporaryFolders().isEmpty());
 
     // --quiet keeps errors only; a resumed batch skips what is there.

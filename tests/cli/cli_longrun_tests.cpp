@@ -1,7 +1,6 @@
 // Runs of thousands of frames: the progress display, ends of a run that the user or the
-// system forces while the workbook is being packaged, and two runs writing one target at once:
-// the target is left as it was or holds a complete new workbook, and nothing else stays in the
-// folder.
+// system forces while the workbook is being written or packaged: the target is left as it was
+// or holds a complete new workbook, and nothing else stays in the folder.
 
 #include "clirunner.h"
 
@@ -90,32 +89,6 @@ TEST(CliLongRun, SignalsEndTheRunAndItsTemporaryFiles)
             EXPECT_EQ(space.readFile("big.xlsx"), EarlierWorkbook);
         }
     }
-}
-
-TEST(CliLongRun, TwoRunsToOneTarget)
-{
-    CliWorkspace space;
-    QProcess first;
-    QProcess second;
-    space.start(first, {"--quiet", "--synthetic", "1500", "big.xlsx"});
-    space.start(second, {"--quiet", "--synthetic", "1500", "big.xlsx"});
-    ASSERT_TRUE(first.waitForFinished(60000) && second.waitForFinished(60000));
-    int written = 0;
-    for (QProcess* process : {&first, &second}) {
-        const QString error = QString::fromLocal8Bit(process->readAllStandardError());
-        EXPECT_EQ(process->exitStatus(), QProcess::NormalExit);
-        // The later one finds the target's temporary folder held, unless the first had ended.
-        if (process->exitCode() == 0) {
-            ++written;
-            EXPECT_TRUE(error.isEmpty()) << error.toStdString();
-        } else {
-            EXPECT_EQ(process->exitCode(), 1);
-            EXPECT_TRUE(error.startsWith("tavi-export: Another export is writing")) << error.toStdString();
-        }
-    }
-    EXPECT_GE(written, 1);
-    EXPECT_TRUE(isWholeArchive(space.path("big.xlsx")));
-    expectTargetWholeOrUntouched(space);
 }
 
 TEST(CliLongRun, ProgressShownOnlyOnATerminal)
