@@ -28,25 +28,6 @@ QString refused(const CliWorkspace& space, const QStringList& arguments, const Q
 
 } // namespace
 
-TEST(CliFailures, RejectedRecordingFilesAreExplained)
-{
-    // The reader's own messages are checked with the reader; here, that they reach the user
-    // under the name given on the command line.
-    const char* const cases[][3] = {
-        {"broken.json", R"({"format": "tavi-recording", "version": 1, "frames": [)",
-            "broken.json:1:55: invalid JSON: expected a value, found the end of the text (byte offset 54)"},
-        {"version2.json", R"({"format": "tavi-recording", "version": 2})",
-            "version2.json: version: expected the integer 1, found the number 2"},
-        {"absent.json", nullptr, "absent.json: cannot open: No such file or directory"},
-    };
-    CliWorkspace space;
-    for (const auto& [file, content, message] : cases) {
-        if (content)
-            space.writeFile(file, content);
-        EXPECT_EQ(refused(space, {file, "out.xlsx"}).toStdString(), std::string("tavi-export: ") + message + "\n");
-    }
-}
-
 TEST(CliFailures, PluginsThatCannotBeUsed)
 {
     CliWorkspace space;
@@ -99,14 +80,18 @@ TEST(CliFailures, WrongCommandLinesPointToHelp)
     }
 }
 
-TEST(CliFailures, OutputsRefusedBeforeAnyExport)
+TEST(CliFailures, RecordingsAndOutputsRefusedBeforeAnyExport)
 {
     CliWorkspace space;
     space.writeFile("rec.json", ValidRecording);
+    space.writeFile("broken.json", R"({"format": "tavi-recording", "version": 1, "frames": [)");
     ASSERT_TRUE(QDir(space.path(".")).mkpath("sub/folder.xlsx"));
     ASSERT_TRUE(QFile::link(space.path("rec.json"), space.path("link.xlsx")));
     space.writeFile("file", "");
     const QList<QPair<QStringList, QString>> cases = {
+        // The reader's messages, checked with the reader, under the name given here.
+        {{"broken.json", "out.xlsx"}, "broken.json:1:55: invalid JSON: expected a value, found the end of the text"},
+        {{"absent.json", "out.xlsx"}, "absent.json: cannot open: No such file or directory"},
         {{"rec.json", "rec.json"}, R"(the output "rec.json" is the recording itself)"},
         {{"rec.json", "link.xlsx"}, R"(the output "link.xlsx" is the recording itself)"},
         {{"./sub/../rec.json", "rec.json"}, R"(the output "rec.json" is the recording itself)"},

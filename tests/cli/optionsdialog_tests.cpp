@@ -44,39 +44,26 @@ void press(QDialog& dialog, QDialogButtonBox::StandardButton which)
     dialog.findChild<QDialogButtonBox*>()->button(which)->click();
 }
 
-// The plug-in as the program finds it in the build tree, initialized with a settings file
-// of its own.
-class OptionsDialogTest : public ::testing::Test
+} // namespace
+
+TEST(OptionsDialog, ApplyAndOkStoreCancelDiscardsButtonsFollowTheLanguage)
 {
-protected:
-    void SetUp() override
-    {
-        const QString pluginPath = locateDefaultPlugin(QStringLiteral(TAVI_BINARY_DIR "/host"));
-        ASSERT_FALSE(pluginPath.isEmpty());
-        auto loaded = ExporterPlugin::load(pluginPath);
-        ASSERT_TRUE(std::holds_alternative<std::unique_ptr<ExporterPlugin>>(loaded)) << std::get<QString>(loaded).toStdString();
-        plugin = std::move(std::get<std::unique_ptr<ExporterPlugin>>(loaded));
-        plugin->factory().initializePlugin(host);
-        ASSERT_NE(settings, nullptr);
-    }
-
-    QString stored(const char* key) const { return QSettings(file, QSettings::IniFormat).value(key).toString(); }
-
+    // The plug-in as the program finds it in the build tree, with a settings file of its own.
     QTemporaryDir dir;
     const QString file = dir.filePath("options.ini");
+    const auto stored = [&](const char* key) { return QSettings(file, QSettings::IniFormat).value(key).toString(); };
     IniSettingsSynchronizer* settings = nullptr;
-    RecordingHost host{Recording(), [this](const QMap<QString, QVariant>& defaults, const QMap<QString, QString>& descriptions) {
+    RecordingHost host{Recording(), [&](const QMap<QString, QVariant>& defaults, const QMap<QString, QString>& descriptions) {
                            auto store = std::make_unique<IniSettingsSynchronizer>(file, defaults, descriptions);
                            settings = store.get();
                            return std::unique_ptr<AbstractSettingsSynchronizer>(std::move(store));
                        }};
-    std::unique_ptr<ExporterPlugin> plugin;
-};
+    auto loaded = ExporterPlugin::load(locateDefaultPlugin(QStringLiteral(TAVI_BINARY_DIR "/host")));
+    ASSERT_TRUE(std::holds_alternative<std::unique_ptr<ExporterPlugin>>(loaded)) << std::get<QString>(loaded).toStdString();
+    const std::unique_ptr<ExporterPlugin> plugin = std::move(std::get<std::unique_ptr<ExporterPlugin>>(loaded));
+    plugin->factory().initializePlugin(host);
+    ASSERT_NE(settings, nullptr);
 
-} // namespace
-
-TEST_F(OptionsDialogTest, ApplyAndOkStoreCancelDiscards)
-{
     int status = withDialog(plugin->factory(), *settings, [](QDialog& dialog) {
         dialog.findChild<QComboBox*>("frameSkipComboBox")->setCurrentIndex(2);
         dialog.findChild<QCheckBox*>("segmentVelCheckBox")->setChecked(false);
@@ -92,31 +79,21 @@ TEST_F(OptionsDialogTest, ApplyAndOkStoreCancelDiscards)
     EXPECT_EQ(stored("segmentVel"), "false");
     EXPECT_EQ(stored("markers"), "true");
 
-    // The page opens with the stored choices; OK stores the new ones and closes.
-    status = withDialog(plugin->factory(), *settings, [](QDialog& dialog) {
-        EXPECT_EQ(dialog.findChild<QComboBox*>("frameSkipComboBox")->currentIndex(), 2);
-        EXPECT_FALSE(dialog.findChild<QCheckBox*>("segmentVelCheckBox")->isChecked());
-        dialog.findChild<QCheckBox*>("markersCheckBox")->setChecked(false);
-        press(dialog, QDialogButtonBox::Ok);
-    });
-    EXPECT_EQ(status, 0);
-    EXPECT_EQ(stored("frameSkip"), "2");
-    EXPECT_EQ(stored("markers"), "false");
-}
-
-TEST_F(OptionsDialogTest, ButtonsFollowTheLanguage)
-{
+    // OK stores the new choices and closes; the buttons speak the user's language.
     const QLocale german(QLocale::German, QLocale::Germany);
     const auto qtTranslations = installQtTranslations(german);
     ASSERT_NE(qtTranslations, nullptr) << "Qt's own translations are not installed";
     ASSERT_TRUE(plugin->installTranslator(german));
-
     QStringList texts;
-    withDialog(plugin->factory(), *settings, [&](QDialog& dialog) {
+    status = withDialog(plugin->factory(), *settings, [&](QDialog& dialog) {
         const auto* buttons = dialog.findChild<QDialogButtonBox*>();
         for (const auto which : {QDialogButtonBox::Ok, QDialogButtonBox::Apply, QDialogButtonBox::Cancel})
             texts << buttons->button(which)->text().remove(u'&');
-        press(dialog, QDialogButtonBox::Cancel);
+        dialog.findChild<QCheckBox*>("markersCheckBox")->setChecked(false);
+        press(dialog, QDialogButtonBox::Ok);
     });
+    EXPECT_EQ(status, 0);
     EXPECT_EQ(texts, (QStringList{"OK", "Anwenden", "Abbrechen"}));
+    EXPECT_EQ(stored("frameSkip"), "2");
+    EXPECT_EQ(stored("markers"), "false");
 }
