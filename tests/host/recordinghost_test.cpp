@@ -91,6 +91,7 @@ TEST(HostInterface, EmptyRecordingAnswersEverySdkDefault)
         EXPECT_EQ(host->externalChannelInfo(0), nullptr);
         EXPECT_EQ(host->externalData(0).size(), sdk.externalData(0).size());
         EXPECT_EQ(host->externalDataCount(), sdk.externalDataCount());
+        EXPECT_TRUE(host->recordStartTime().isValid());
         EXPECT_LE(std::abs(host->recordStartTime().msecsTo(QDateTime::currentDateTime())), 1000);
         EXPECT_EQ(host->pose(0), nullptr);
         EXPECT_EQ(host->applicationVersion(), QString());
@@ -162,7 +163,6 @@ TEST(HostInterface, EveryFieldReachesItsOperationOrAccessor)
         {p.accG_s(0), {16, 17, 18}},
         {p.mag_s(0), {19, 20, 21}},
         {p.pos_g(1), {}},
-        {p.vel_g(2), {}},
         {p.pos_g(-1), {}},
         {p.jointAngles(1), {2, 2, 2}},
         {p.jointAngles(2), {}},
@@ -191,7 +191,6 @@ TEST(HostInterface, EveryFieldReachesItsOperationOrAccessor)
         {p.fingerTrackingData(ZtHandRight, 0).q, {}},
         {p.q_gb(1, PoseBaseGlobal), {}},
         {p.q_gb(2, PoseBaseGlobal), {}},
-        {p.fingerTrackingData(ZtHandLeft, 19).q, {}},
     };
     for (std::size_t i = 0; i < std::size(quaternions); ++i)
         EXPECT_TRUE(quaternions[i].first == quaternions[i].second) << "quaternion " << i;
