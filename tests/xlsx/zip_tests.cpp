@@ -1,8 +1,11 @@
-// The archive writer through its public functions. Archives are read back by zip_check.py
-// (layout, headers against directory records, CRCs and contents through Python's zipfile, and
-// `unzip -t`).
+// The archive writer through its public functions, and worksheet parts deflated on worker
+// threads packed into it. Archives are read back by zip_check.py (layout, headers against
+// directory records, CRCs and contents through Python's zipfile, and `unzip -t`).
 
+#include "deflateworkers.h"
+#include "partfile.h"
 #include "python.h"
+#include "sheetstream.h"
 #include "zip.h"
 
 #include <QTemporaryDir>
@@ -15,11 +18,14 @@
 #include <unistd.h>
 #include <utime.h>
 
+#include <array>
 #include <cstring>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <map>
+#include <memory>
 #include <random>
 #include <sstream>
 #include <string>
@@ -79,6 +85,29 @@ void writeFile(const fs::path& path, const Bytes& bytes)
 {
     fs::create_directories(path.parent_path());
     std::ofstream(path, std::ios::binary) << bytes;
+}
+
+Bytes readFile(const fs::path& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    return Bytes(std::istreambuf_iterator<char>(in), {});
+}
+
+// Three sheet-like texts written the way frames arrive: a row of each in turn, with a piece
+// larger than the buffer in the middle of the second. Returns the texts written.
+std::array<Bytes, 3> writeSheets(std::array<xlsx::PartFile, 3>& files)
+{
+    std::array<Bytes, 3> texts;
+    for (int row = 1; row <= 40000; ++row) {
+        for (int f = 0; f < 3; ++f) {
+            Bytes piece = "<row r=\"" + std::to_string(row) + "\"><c><v>" + std::to_string(row * (f + 3) % 977) + "</v></c></row>";
+            if (f == 1 && row == 20000)
+                piece += Bytes(xlsx::PartFile::BufferSize * 3 + 17, 'x');
+            files[f].write(piece);
+            texts[f] += piece;
+        }
+    }
+    return texts;
 }
 
 // Writes all of `data` in pieces of irregular sizes, from single bytes to a megabyte, after
@@ -261,6 +290,56 @@ TEST_F(zip_writer, EveryKindOfEntryReadsBackAtEveryLevel)
     EXPECT_NE(stored(5), stored(6));
     EXPECT_GE(listedSheet[1].storedSize, listedSheet[6].storedSize);
     EXPECT_LT(listedSheet[6].storedSize, sheet.size() / 2);
+}
+
+// Part files deflated on worker threads while they are written, packed as worksheet entries
+// behind their deflated heads: the entries read back as their text, and the streams do not
+// depend on the number of workers.
+TEST_F(zip_writer, DeflatedPartsPackAsTheirTextWithAnyNumberOfWorkersAndStopWhenAbandoned)
+{
+    std::array<Bytes, 3> oneWorker;
+    for (int workers : {1, 3}) {
+        SCOPED_TRACE(workers);
+        const fs::path folder = dir / std::to_string(workers), expected = folder / "expected";
+        fs::create_directories(expected);
+        xlsx::DeflateWorkers deflate(6, xlsx::PartFile::BufferSize, workers);
+        std::array<xlsx::PartFile, 3> files;
+        auto path = [&](int f) { return folder / (std::to_string(f) + ".xml"); };
+        for (int f = 0; f < 3; ++f)
+            files[f].open(QString::fromStdString(path(f).string()), deflate);
+        const std::array<Bytes, 3> texts = writeSheets(files);
+        zip_t* zip = zip_open((folder / "book.zip").c_str(), 6, 'w');
+        ASSERT_NE(zip, nullptr);
+        for (int f = 0; f < 3; ++f) {
+            files[f].close();
+            ASSERT_TRUE(files[f].isDeflated());
+            const Bytes stream = readFile(path(f));
+            EXPECT_LT(stream.size(), texts[f].size() / 3);
+            if (workers == 1)
+                oneWorker[f] = stream;
+            else
+                EXPECT_TRUE(stream == oneWorker[f]) << "file " << f << " differs from the one-worker stream";
+            const xlsx::SheetStream::Part part{f + 1, {40000, f + 1}, files[f].deflatedText()};
+            xlsx::addWorksheetToZip(zip, path(f).filename().c_str(), part, path(f).c_str(), 6);
+            writeFile(expected / path(f).filename(), xlsx::worksheetHead(part.extent) + texts[f]);
+        }
+        zip_close(zip);
+        EXPECT_EQ(checkArchive(folder / "book.zip", expected).size(), 3u);
+    }
+
+    // Abandoned streams stop (the third one unfinished when the workers end) and leave the
+    // others whole.
+    auto deflate = std::make_unique<xlsx::DeflateWorkers>(6, xlsx::PartFile::BufferSize, 2);
+    std::array<xlsx::PartFile, 3> files;
+    for (int f = 0; f < 3; ++f)
+        files[f].open(QString::fromStdString((dir / (std::to_string(f) + ".abandoned")).string()), *deflate);
+    writeSheets(files);
+    files[0].abandon();
+    files[1].close();
+    EXPECT_FALSE(files[0].isOpen());
+    files[2].abandon();
+    deflate.reset();
+    EXPECT_TRUE(readFile(dir / "1.abandoned") == oneWorker[1]);
 }
 
 TEST_F(zip_writer, EntryCountStopsAtTheClassicLimit)
