@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Checks the recording format's documentation against the program: the schema is a valid
 draft 2020-12 schema, the examples and the demo recording that `tavi-export --write-demo`
-writes satisfy it, each example exports to a workbook, and files the program refuses are
-refused by the schema too.
+writes satisfy it, and files the program refuses are refused by the schema too (the install
+check exports each example).
 
     check_recording_docs.py TAVI_EXPORT DOCS_DIR
 """
@@ -13,7 +13,6 @@ import os
 import subprocess
 import sys
 import tempfile
-import zipfile
 
 from jsonschema import Draft202012Validator
 
@@ -44,11 +43,6 @@ with tempfile.TemporaryDirectory() as scratch:
             # and keeps this check to seconds rather than a minute.
             document["frames"] = document["frames"][::50] + document["frames"][-1:]
         failures += [f"{os.path.basename(path)}: {e}" for e in errors(document)]
-    for path in examples:
-        workbook = os.path.join(scratch, os.path.basename(path) + ".xlsx")
-        run = subprocess.run([program, "--quiet", path, workbook], env=env, capture_output=True, text=True)
-        if run.returncode != 0 or zipfile.ZipFile(workbook).testzip() is not None:
-            failures.append(f"{os.path.basename(path)} does not export: {run.stderr}")
 
     # Files the program refuses: the schema refuses them too.
     base = {"format": "tavi-recording", "version": 1}

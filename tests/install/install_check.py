@@ -9,7 +9,6 @@ plug-in relative to itself, with no build tree and no library path to help), and
 compressed manual page holds the page.
 """
 
-import argparse
 import gzip
 import os
 import re
@@ -27,33 +26,31 @@ def fail(message):
     sys.exit(1)
 
 
-def check_manual_page(args):
-    lint = subprocess.run(["groff", "-man", "-Tutf8", "-ww", "-z", args.page],
+def check_manual_page(page, program):
+    lint = subprocess.run(["groff", "-man", "-Tutf8", "-ww", "-z", page],
                           capture_output=True, text=True)
     if lint.returncode != 0 or lint.stderr:
-        fail(f"groff warns about {args.page}:\n{lint.stderr}")
+        fail(f"groff warns about {page}:\n{lint.stderr}")
 
     # The page as a reader sees it, without roff's escapes.
-    shown = subprocess.run(["groff", "-man", "-Tutf8", "-P-cbou", args.page],
+    shown = subprocess.run(["groff", "-man", "-Tutf8", "-P-cbou", page],
                            capture_output=True, text=True, check=True).stdout.replace("\u2010", "-")
     documented = set(OPTION.findall(shown))
-    help_text = subprocess.run([args.program, "--help"], capture_output=True, text=True, check=True).stdout
+    help_text = subprocess.run([program, "--help"], capture_output=True, text=True, check=True).stdout
     missing = sorted(set(OPTION.findall(help_text)) - documented)
     if missing:
         fail(f"options of --help missing from the manual page: {', '.join(missing)}")
 
 
-def check_installed_program(args):
+def check_installed_program(cmake, build_dir, page):
     with tempfile.TemporaryDirectory() as scratch:
         prefix = Path(scratch) / "prefix"
-        subprocess.run([args.cmake, "--install", args.build_dir, "--prefix", prefix],
+        subprocess.run([cmake, "--install", build_dir, "--prefix", prefix],
                        check=True, stdout=subprocess.DEVNULL)
 
-        manual_pages = list(prefix.glob("share/man/man1/tavi-export.1.gz"))
-        if not manual_pages:
-            fail("no share/man/man1/tavi-export.1.gz installed")
-        if gzip.decompress(manual_pages[0].read_bytes()) != Path(args.page).read_bytes():
-            fail("the installed manual page is not the page of the sources")
+        installed_page = prefix / "share/man/man1/tavi-export.1.gz"
+        if not installed_page.exists() or gzip.decompress(installed_page.read_bytes()) != Path(page).read_bytes():
+            fail("share/man/man1/tavi-export.1.gz is not installed or not the page of the sources")
 
         env = {key: value for key, value in os.environ.items() if not key.startswith("LD_")}
         env["XDG_CONFIG_HOME"] = str(Path(scratch) / "config")
@@ -65,26 +62,10 @@ def check_installed_program(args):
             if run.returncode != 0:
                 fail(f"the installed tavi-export {recording[0]} ended with {run.returncode}:\n{run.stderr}")
             with zipfile.ZipFile(workbook) as archive:
-                broken = archive.testzip()
-                if broken is not None:
-                    fail(f"the workbook of {recording[0]} has a broken entry {broken}")
-                if "xl/workbook.xml" not in archive.namelist():
-                    fail(f"the workbook of {recording[0]} has no xl/workbook.xml")
-
-
-def main():
-    parser = argparse.ArgumentParser()
-    checks = parser.add_subparsers(dest="check", required=True)
-    page = checks.add_parser("manual-page")
-    page.add_argument("--page", required=True)
-    page.add_argument("--program", required=True)
-    installed = checks.add_parser("installed-program")
-    installed.add_argument("--cmake", required=True)
-    installed.add_argument("--build-dir", required=True)
-    installed.add_argument("--page", required=True)
-    args = parser.parse_args()
-    {"manual-page": check_manual_page, "installed-program": check_installed_program}[args.check](args)
+                if archive.testzip() is not None or "xl/workbook.xml" not in archive.namelist():
+                    fail(f"the workbook of {recording[0]} has a broken entry or no xl/workbook.xml")
 
 
 if __name__ == "__main__":
-    main()
+    # manual-page PAGE PROGRAM | installed-program CMAKE BUILD_DIR PAGE
+    {"manual-page": check_manual_page, "installed-program": check_installed_program}[sys.argv[1]](*sys.argv[2:])
