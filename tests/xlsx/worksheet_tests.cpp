@@ -7,7 +7,6 @@
 
 #include <zttypes.h>
 
-#include <QFileInfo>
 #include <QLocale>
 #include <QTemporaryDir>
 
