@@ -34,7 +34,6 @@ TEST(QuaternionEuler, RecoversTheAnglesOfZyxRotationsAndNinetyDegreesAtThePoles)
             for (double yaw = -175.0; yaw <= 175.0; yaw += 25.0) {
                 const Quaternion q = fromZyx(roll, pitch, yaw);
                 const ZtVector angles = q.toEuler();
-                ASSERT_EQ(angles.size(), 3u);
                 const double expected[] = {roll, pitch, yaw};
                 for (int i = 0; i < 3; ++i)
                     EXPECT_NEAR(angles[i], expected[i], 1e-9) << roll << ' ' << pitch << ' ' << yaw;
@@ -46,8 +45,7 @@ TEST(QuaternionEuler, RecoversTheAnglesOfZyxRotationsAndNinetyDegreesAtThePoles)
         }
     }
 
-    // At the poles the pitch is 90 degrees, never NaN, also when both components rounded up put
-    // the asin argument just past -1 or 1.
+    // At the poles the pitch is +-90 degrees, never NaN, even with the asin argument rounded past +-1.
     const double rounded = 0.7071067811865476;
     const std::pair<Quaternion, double> poles[] = {{fromZyx(0.0, 90.0, 0.0), 90.0}, {fromZyx(0.0, -90.0, 0.0), -90.0},
         {Quaternion(rounded, 0.0, rounded, 0.0), 90.0},
@@ -59,9 +57,9 @@ TEST(QuaternionEuler, RecoversTheAnglesOfZyxRotationsAndNinetyDegreesAtThePoles)
     }
 }
 
+// A quaternion is built from the host's as it is, without normalising.
 TEST(QuaternionValidity, ToleranceChoosesBetweenNonZeroAndUnitLength)
 {
-    // Built from a host quaternion: copied as it is, without normalising.
     const Quaternion copied(ZtQuaternion{2.0, -3.0, 0.5, 1e-300});
     EXPECT_EQ(std::tuple(copied.q0, copied.q1, copied.q2, copied.q3), std::tuple(2.0, -3.0, 0.5, 1e-300));
 
