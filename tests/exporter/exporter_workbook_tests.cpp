@@ -81,22 +81,13 @@ TEST_F(ExportTest, FullExportHoldsEverySheetInCatalogueOrder)
         Quantity quantity;
         int column;
         int index;
-    } vectorSheets[] = {
-        {"Segment Position", Pos, 26, 26},
-        {"Segment Velocity", Vel, 26, 26},
-        {"Segment Acceleration", Acc, 1, 1},
-        {"Segment Angular Velocity", AngVel, 2, 2},
-        {"Segment Angular Acceleration", AngAcc, 13, 13},
-        {"Joint Angles ZXY", Joint, 25, 25},
-        {"Joint Angles XZY", JointXzy, 0, 0},
-        {"Ergonomic Joint Angles ZXY", Ergo, 5, 5},
-        {"Ergonomic Joint Angles XZY", ErgoXzy, 4, 4},
-        {"Center of Mass", ComPos, 0, 0},
-        {"Center of Mass", ComVel, 1, 0},
-        {"Center of Mass", ComAcc, 2, 0},
-        {"Sensor Free Acceleration", SensorAcc, 26, 26},
-        {"Sensor Magnetic Field", SensorMag, 26, 26},
-    };
+    } vectorSheets[] = {{"Segment Position", Pos, 26, 26}, {"Segment Velocity", Vel, 26, 26},
+        {"Segment Acceleration", Acc, 1, 1}, {"Segment Angular Velocity", AngVel, 2, 2},
+        {"Segment Angular Acceleration", AngAcc, 13, 13}, {"Joint Angles ZXY", Joint, 25, 25},
+        {"Joint Angles XZY", JointXzy, 0, 0}, {"Ergonomic Joint Angles ZXY", Ergo, 5, 5},
+        {"Ergonomic Joint Angles XZY", ErgoXzy, 4, 4}, {"Center of Mass", ComPos, 0, 0},
+        {"Center of Mass", ComVel, 1, 0}, {"Center of Mass", ComAcc, 2, 0},
+        {"Sensor Free Acceleration", SensorAcc, 26, 26}, {"Sensor Magnetic Field", SensorMag, 26, 26}};
     for (const auto& v : vectorSheets)
         expectVector(*book->sheet(QLatin1String(v.title)), 5, v.column, vectorValue(3, v.index, v.quantity));
     EXPECT_EQ(book->sheet(QStringLiteral("Ergonomic Joint Angles ZXY"))->dimension, "A1:S11");

@@ -67,9 +67,6 @@ struct Options
     std::vector<std::pair<int, QString>> markers;
 };
 
-inline QString fingerSegmentName(int hand, int i) { return QStringLiteral("H%1Seg%2").arg(hand).arg(i); }
-inline QString fingerJointName(int hand, int k) { return QStringLiteral("xH%1Joint%2").arg(hand).arg(k); }
-
 // Sample k of channel c in a frame.
 inline double channelSample(int frame, int channel, int k) { return frame * 1000.0 + channel * 100.0 + k / 64.0; }
 
@@ -138,9 +135,9 @@ inline Recording makeRecording(const Options& o)
         FingerTrackingNames names;
         for (int h = 0; h < ZtHandCount; ++h) {
             for (int i = 0; i < ZtFingerSegmentsPerHand; ++i)
-                names.segmentNames[h] << fingerSegmentName(h, i);
+                names.segmentNames[h] << QStringLiteral("H%1Seg%2").arg(h).arg(i);
             for (int k = 0; k < ZtFingerJointsPerHand; ++k)
-                names.jointNames[h] << fingerJointName(h, k);
+                names.jointNames[h] << QStringLiteral("xH%1Joint%2").arg(h).arg(k);
         }
         rec.fingerTracking = names;
     }

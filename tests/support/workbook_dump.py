@@ -1,21 +1,15 @@
 #!/usr/bin/python3
-"""Reads an .xlsx workbook with independent readers and prints what it holds as JSON.
+"""Reads .xlsx workbooks with independent readers and prints what they hold as JSON.
 
-Usage: workbook_dump.py WORKBOOK.xlsx...
-       workbook_dump.py --clients WORKBOOK.xlsx SCRATCH_FOLDER
+workbook_dump.py WORKBOOK.xlsx...: zipfile (entry order, CRC checks) and openpyxl, one process
+for many workbooks: per workbook {"entries", "sheets": [{"title", "part", "dimension" (as the
+part declares it), "hidden_ranges", "rows" (null for empty cells, ISO text for dates)}]}.
 
-The first form reads each archive with zipfile (entry order, CRC checks) and its sheets with
-openpyxl, one process for many workbooks; a list holding for each
-{"entries": [...], "shared_strings": {"count", "unique"},
-"sheets": [{"title", "part", "dimension", "hidden_ranges", "rows"}]}. "dimension" is the ref
-the sheet part declares; rows hold numbers, strings, null for empty cells, ISO text for dates.
-
-The second reads it the ways clients do: openpyxl in normal mode, in read-only mode (which
-trusts each sheet's <dimension>), and LibreOffice (one headless conversion to .xlsx, read back
-with openpyxl): {"readers": {name: [{"title", "cells": {"A1": value, ...}}]},
-"sheets": [{"title", "part", "declared", "computed", "ordered"}]}. "computed" is the range
-openpyxl computes from the cells, "ordered" whether every row's cell references rise strictly
-from left to right.
+workbook_dump.py --clients WORKBOOK.xlsx SCRATCH_FOLDER: the ways clients read it, openpyxl
+normal, read-only (which trusts each sheet's <dimension>) and LibreOffice (converted headless,
+read back with openpyxl): {"readers": {name: [{"title", "cells": {"A1": value}}]}, "sheets":
+[{"title", "part", "declared", "computed" (by openpyxl from the cells), "ordered" (whether
+each row's cell references rise strictly from left to right)}]}.
 """
 import datetime
 import json
@@ -53,7 +47,6 @@ def dump(path):
         if bad is not None:
             raise SystemExit("corrupt entry: " + bad)
         entries = archive.namelist()
-        counts = re.search(r'count="(\d+)" uniqueCount="(\d+)"', archive.read("xl/sharedStrings.xml").decode("utf-8"))
         parts = ["xl/" + part for _, part in sheet_parts(archive)]
         dimensions = [re.search(r'<dimension ref="([^"]*)"', archive.read(p).decode("utf-8")).group(1) for p in parts]
 
@@ -67,11 +60,7 @@ def dump(path):
             "hidden_ranges": sorted([d.min, d.max] for d in ws.column_dimensions.values() if d.hidden),
             "rows": [[cell_value(c) for c in row] for row in ws.iter_rows(values_only=True)],
         })
-    return {
-        "entries": entries,
-        "shared_strings": {"count": int(counts.group(1)), "unique": int(counts.group(2))},
-        "sheets": sheets,
-    }
+    return {"entries": entries, "sheets": sheets}
 
 
 def cells_of(book):

@@ -56,8 +56,6 @@ struct DumpedSheet
 struct DumpedWorkbook
 {
     QStringList entries;
-    int sharedStringCount = 0;
-    int sharedStringUnique = 0;
     QList<DumpedSheet> sheets;
 
     QStringList titles() const
@@ -97,9 +95,6 @@ inline QList<DumpedWorkbook> readWorkbooks(const QStringList& paths)
         DumpedWorkbook book;
         for (const QJsonValue& e : root.value(QStringLiteral("entries")).toArray())
             book.entries << e.toString();
-        const QJsonObject strings = root.value(QStringLiteral("shared_strings")).toObject();
-        book.sharedStringCount = strings.value(QStringLiteral("count")).toInt();
-        book.sharedStringUnique = strings.value(QStringLiteral("unique")).toInt();
         for (const QJsonValue& v : root.value(QStringLiteral("sheets")).toArray()) {
             const QJsonObject s = v.toObject();
             book.sheets.append(DumpedSheet{s.value(QStringLiteral("title")).toString(),
