@@ -199,11 +199,9 @@ TEST_F(OptionsPageTest, IdentityStaysPlainWhileTextsTranslateInThePageContext)
     EXPECT_EQ(page.trCategory(), "Exporters");
     QCoreApplication::removeTranslator(&translator);
 
-    // The frame skip's label and every box titled as its tab, looked up in the page's context.
-    const QString context = QStringLiteral("ExcelExporterOptionsPage|");
-    EXPECT_EQ(widget->findChild<QLabel*>()->text(), context + "Exporter frame skip (for downsampling)");
-    for (const SheetEntry& entry : sheetCatalogue)
-        EXPECT_EQ(checkBox(widget, entry.key)->text(), context + entry.title);
+    // Looked up in the page's context, as the boxes are (the plug-in's German test reads them all).
+    EXPECT_EQ(widget->findChild<QLabel*>()->text(), "ExcelExporterOptionsPage|Exporter frame skip (for downsampling)");
+    EXPECT_EQ(checkBox(widget, "markers")->text(), "ExcelExporterOptionsPage|Markers");
 }
 
 } // namespace

@@ -89,7 +89,6 @@ TEST_F(PluginTest, MetadataInstanceAndIdentity)
     EXPECT_EQ(qtVersion >> 16, QT_VERSION_MAJOR);
     EXPECT_EQ((qtVersion >> 8) & 0xff, QT_VERSION_MINOR);
 
-    EXPECT_NE(instance->qt_metacast("ExcelExporterFactory"), nullptr);
     EXPECT_EQ(qobject_cast<AbstractPluginFactory*>(instance), static_cast<AbstractPluginFactory*>(factory));
     // The entry point hands out one object until it is destroyed.
     EXPECT_EQ(loader.instance(), instance);
@@ -111,9 +110,6 @@ TEST_F(PluginTest, GermanTranslationsShipInsideThePlugin)
     ASSERT_TRUE(german.load(QStringLiteral(":/i18n/excelexporter_de.qm")));
     EXPECT_EQ(german.language(), "de_DE");
     // Every text a user sees has a German form that keeps its placeholder and line breaks.
-    for (const SheetEntry& sheet : sheetCatalogue)
-        EXPECT_FALSE(german.translate("ExcelExporterOptionsPage", sheet.title).isEmpty()) << sheet.title;
-    EXPECT_FALSE(german.translate("ExcelExporterOptionsPage", "Exporter frame skip (for downsampling)").isEmpty());
     for (const char* message :
         {"Export was not initialized", "Exception encountered: %1", "Unknown exception encountered",
             "Exception encountered: %1\nYou could retry with a smaller data set.\nMemory cleanup may take a while."}) {
@@ -131,6 +127,10 @@ TEST_F(PluginTest, GermanTranslationsShipInsideThePlugin)
     std::unique_ptr<QWidget> widget(page->createPage(nullptr));
     EXPECT_EQ(widget->findChild<QCheckBox*>(QStringLiteral("generalInfoCheckBox"))->text(),
         "Allgemeine Informationen");
+    for (const SheetEntry& sheet : sheetCatalogue) {
+        const QString text = widget->findChild<QCheckBox*>(QLatin1String(sheet.key) + QStringLiteral("CheckBox"))->text();
+        EXPECT_TRUE(!text.isEmpty() && text == german.translate("ExcelExporterOptionsPage", sheet.title)) << sheet.key;
+    }
     EXPECT_EQ(widget->findChild<QLabel*>()->text(), "Übersprungene Frames beim Export (zur Reduzierung der Abtastrate)");
     const std::unique_ptr<AbstractExporter> exporter = factory->doCreate(host);
     EXPECT_FALSE(exporter->exportFrame(0));
