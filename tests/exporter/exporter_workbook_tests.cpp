@@ -161,15 +161,16 @@ TEST_F(ExportTest, ColumnsFollowTheTPoseAndFingerTracking)
     EXPECT_EQ(nodata.sheet(Position)->number(2, 3 * 60 + 2), 0.0);
     EXPECT_EQ(nodata.sheet(Euler)->number(2, 3 * 42 + 4), 0.0);
     EXPECT_EQ(nodata.sheet(Joints)->usedColumns(2), 67);
-    // A frame without a pose has no segments: the finger records follow the frame number.
-    EXPECT_EQ(quat.number(7, 1), 5);
+    // A frame without a pose keeps its row and number; only the finger records follow it.
     EXPECT_EQ(quat.number(7, 2), 1.0);
     EXPECT_EQ(quat.number(7, 3), 0.0);
-    EXPECT_EQ(quat.usedColumns(7), 1 + 160);
-    EXPECT_EQ(nodata.sheet(Position)->usedColumns(7), 1 + 120);
-    EXPECT_EQ(nodata.sheet(Euler)->usedColumns(7), 1 + 120);
-    EXPECT_EQ(nodata.sheet(Joints)->usedColumns(7), 1);
-    EXPECT_EQ(nodata.sheet(Velocity)->usedColumns(7), 1);
+    for (const DumpedSheet& sheet : nodata.sheets.mid(2)) {
+        const int fingerColumns = sheet.title == Quat ? 160 : sheet.title == Position || sheet.title == Euler ? 120
+                                                                                                              : 0;
+        EXPECT_EQ(sheet.usedColumns(7), 1 + fingerColumns) << sheet.title.toStdString();
+        EXPECT_EQ(sheet.number(7, 1), 5) << sheet.title.toStdString();
+        EXPECT_EQ(sheet.number(8, 1), 6) << sheet.title.toStdString();
+    }
 }
 
 TEST_F(ExportTest, FramesSkippedCountFromTheFirstExported)
@@ -181,15 +182,13 @@ TEST_F(ExportTest, FramesSkippedCountFromTheFirstExported)
     withChannel.channelRates = {120};
     Options negative;
     negative.frames = {-2, -1, 5, 6, 7, 8};
-    Options poseless;
-    poseless.framesWithoutPose = {3};
     const QList<DumpedWorkbook> books = readWorkbooks({exportTo("skip2.xlsx", o, {{QStringLiteral("frameSkip"), 2}}),
         // -1: no selection on the options page; every frame.
         exportTo("unset.xlsx", o, {{QStringLiteral("frameSkip"), -1}}),
         // The largest skip a settings file can hold.
         exportTo("largest.xlsx", withChannel, {{QStringLiteral("frameSkip"), INT_MAX}}),
-        exportTo("negative.xlsx", negative, {{QStringLiteral("frameSkip"), 1}}), exportTo("poseless.xlsx", poseless)});
-    ASSERT_EQ(books.size(), 5);
+        exportTo("negative.xlsx", negative, {{QStringLiteral("frameSkip"), 1}})});
+    ASSERT_EQ(books.size(), 4);
 
     const DumpedSheet* velocity = books[0].sheet(Velocity);
     EXPECT_EQ(velocity->dimension, "A1:BR3");
@@ -214,13 +213,6 @@ TEST_F(ExportTest, FramesSkippedCountFromTheFirstExported)
     for (int row = 2; row <= 5; ++row)
         EXPECT_EQ(position->number(row, 1), (std::array{-2, -1, 5, 7}[row - 2]));
     expectVector(*position, 5, 1, vectorValue(7, 1, Pos));
-
-    // A frame without a pose keeps its row and number.
-    for (const DumpedSheet& sheet : books[4].sheets.mid(2)) {
-        EXPECT_EQ(sheet.number(5, 1), 3) << sheet.title.toStdString();
-        EXPECT_EQ(sheet.usedColumns(5), 1) << sheet.title.toStdString();
-        EXPECT_EQ(sheet.number(6, 1), 4) << sheet.title.toStdString();
-    }
 }
 
 TEST_F(ExportTest, SheetsExistByTheirSwitchAndTheirData)

@@ -64,12 +64,9 @@ TEST(LoadExportSettings, ReadsEachKeyIntoItsOwnSwitchInCatalogueOrder)
 
 TEST(LoadExportSettings, FrameSkipIsBroughtIntoRange)
 {
-    const std::pair<QVariant, int> cases[] = {{QVariant(-1), 0},
-        {QVariant(INT_MIN), 0},
-        {QVariant(QStringLiteral("3")), 3},
-        {QVariant(QStringLiteral("every other")), 0},
-        {QVariant(FrameSkipLimit), FrameSkipLimit},
-        {QVariant(QStringLiteral("2147483647")), FrameSkipLimit},
+    const std::pair<QVariant, int> cases[] = {{QVariant(-1), 0}, {QVariant(INT_MIN), 0},
+        {QVariant(QStringLiteral("3")), 3}, {QVariant(QStringLiteral("every other")), 0},
+        {QVariant(FrameSkipLimit), FrameSkipLimit}, {QVariant(QStringLiteral("2147483647")), FrameSkipLimit},
         {QVariant(qlonglong{1} << 40), FrameSkipLimit}};
     for (const auto& [stored, expected] : cases) {
         FakeSettings store(exportSettingDefaults());
