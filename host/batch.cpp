@@ -1,6 +1,7 @@
 #include "batch.h"
 
 #include "abstractsettingssynchronizer.h"
+#include "batchresults.h"
 #include "commandline.h"
 #include "exportrun.h"
 #include "interruptwatcher.h"
@@ -101,7 +102,9 @@ ExportResult exportOne(const BatchContext& context, const ExportRequest& request
     result.error = outcome.error;
     switch (outcome.status) {
     case ExportOutcome::Status::Interrupted:
+        // Nothing is printed for it: the run's own message tells of the interruption.
         result.status = Status::Interrupted;
+        result.error.clear();
         return result;
     case ExportOutcome::Status::Failed:
         result.status = Status::Failed;
@@ -183,10 +186,9 @@ int exitStatusOf(const std::vector<ExportResult>& results)
     return status;
 }
 
-std::vector<ExportResult> runExports(const AbstractExporterFactory& factory, const AbstractSettingsSynchronizer& settings,
-    const std::vector<ExportRequest>& requests, const BatchOptions& options)
+void runExports(const AbstractExporterFactory& factory, const AbstractSettingsSynchronizer& settings,
+    const std::vector<ExportRequest>& requests, const BatchOptions& options, BatchResults& results)
 {
-    std::vector<ExportResult> results(requests.size());
     std::vector<std::unique_ptr<ExportActivity>> activities;
     std::vector<ExportActivity*> watched;
     for (const ExportRequest& request : requests) {
@@ -201,7 +203,8 @@ std::vector<ExportResult> runExports(const AbstractExporterFactory& factory, con
     std::atomic<std::size_t> next{0};
     const auto worker = [&] {
         for (std::size_t index = next++; index < requests.size(); index = next++) {
-            results[index] = exportOne(context, requests[index], *activities[index]);
+            results.begin(index);
+            results.finish(index, exportOne(context, requests[index], *activities[index]));
             activities[index]->enter(ExportActivity::Phase::Done);
             mailbox.postFinished(index);
         }
@@ -219,7 +222,7 @@ std::vector<ExportResult> runExports(const AbstractExporterFactory& factory, con
             progress.clear();
         for (const std::size_t index : finished) {
             ++finishedCount;
-            const ExportResult& result = results[index];
+            const ExportResult result = results.at(index);
             if (result.status == ExportResult::Status::Written || result.status == ExportResult::Status::Skipped) {
                 if (options.summaries) {
                     printLine(stdout, summaryLine(requests[index], result));
@@ -244,5 +247,4 @@ std::vector<ExportResult> runExports(const AbstractExporterFactory& factory, con
         thread.join();
     progress.clear();
     interrupts::watch({});
-    return results;
 }

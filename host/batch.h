@@ -16,6 +16,7 @@
 
 class AbstractExporterFactory;
 class AbstractSettingsSynchronizer;
+class BatchResults;
 
 struct ExportResult
 {
@@ -45,8 +46,9 @@ struct BatchOptions
 };
 
 // `settings` is the store the plug-in registered its settings with; it tells the frame skip.
-std::vector<ExportResult> runExports(const AbstractExporterFactory& factory, const AbstractSettingsSynchronizer& settings,
-    const std::vector<ExportRequest>& requests, const BatchOptions& options);
+// Each export's result goes into `results` (sized for the requests) as it ends.
+void runExports(const AbstractExporterFactory& factory, const AbstractSettingsSynchronizer& settings,
+    const std::vector<ExportRequest>& requests, const BatchOptions& options, BatchResults& results);
 
 // 0 when every workbook was written or skipped, 1 when an export failed, 2 when a recording
 // or an output was rejected: the worst of the recordings'.

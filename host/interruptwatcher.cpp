@@ -22,6 +22,7 @@ namespace {
 std::atomic<int> requestedStop{0};
 std::mutex watchedMutex;
 std::vector<ExportActivity*> watched;
+std::function<void(int)> lastWords;
 
 sigset_t interruptSignals()
 {
@@ -73,6 +74,8 @@ void removeFolder(const QString& path)
         if (activity->ownsTemporaryFolder && activity->phase != ExportActivity::Phase::Done)
             removeFolder(activity->temporaryFolder);
     }
+    if (lastWords)
+        lastWords(signal);
     writeError("tavi-export: ");
     writeError(interrupts::interruptedMessage());
     writeError("\n");
@@ -118,6 +121,18 @@ void watch(std::vector<ExportActivity*> activities)
 {
     const std::lock_guard lock(watchedMutex);
     watched = std::move(activities);
+}
+
+LastWords::LastWords(std::function<void(int)> words)
+{
+    const std::lock_guard lock(watchedMutex);
+    lastWords = std::move(words);
+}
+
+LastWords::~LastWords()
+{
+    const std::lock_guard lock(watchedMutex);
+    lastWords = nullptr;
 }
 
 int stopSignal()

@@ -8,10 +8,12 @@
 // - a signal while an export is packaging (finalize cannot be stopped from outside), or a
 //   second signal, ends the program at once: the watcher removes the temporary folders of
 //   the exports that own one (only those whose initialize succeeded, so a folder held by
-//   another export is never touched) and exits with 128 + the signal.
+//   another export is never touched), says its last words (the report, if one is asked for)
+//   and exits with 128 + the signal.
 // The target is never written by the watcher: the plug-in replaces it whole by renaming the
 // finished archive, so it is either untouched or complete.
 
+#include <functional>
 #include <vector>
 
 struct ExportActivity;
@@ -28,6 +30,18 @@ void startWatcher();
 // The exports the watcher cleans up after; an empty list when none runs. The activities must
 // stay alive until replaced.
 void watch(std::vector<ExportActivity*> activities);
+
+// While one lives, a signal that ends the program at once runs `lastWords(signal)` on the
+// watcher thread, after the temporary folders are removed and before the interrupted message,
+// while exports may still be running. The destructor waits for last words under way.
+class LastWords
+{
+public:
+    explicit LastWords(std::function<void(int signal)> lastWords);
+    ~LastWords();
+    LastWords(const LastWords&) = delete;
+    LastWords& operator=(const LastWords&) = delete;
+};
 
 // The signal that asked the program to stop, or 0.
 int stopSignal();

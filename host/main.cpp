@@ -4,6 +4,7 @@
 
 #include "abstractplugin.h"
 #include "batch.h"
+#include "batchresults.h"
 #include "commandline.h"
 #include "demorecording.h"
 #include "dialogapplication.h"
@@ -191,20 +192,26 @@ int run(const CommandLine& line)
     options.summaries = !line.quiet;
     options.showProgress = !line.quiet && standardErrorIsTerminal();
     options.nameInErrors = line.action == CommandLine::Action::ExportBatch;
-    const std::vector<ExportResult> results = runExports(factory, *settings, requests, options);
-
-    int status = exitStatusOf(results);
-    const int signal = interrupts::stopSignal();
-    if (signal != 0) {
-        printError(QString::fromLatin1(interrupts::interruptedMessage()));
-        status = interrupts::exitStatusFor(signal);
-    }
-    if (!line.reportPath.isEmpty()) {
-        if (const QString error = writeReport(line.reportPath, requests, results, status); !error.isEmpty()) {
+    BatchResults results(requests.size());
+    // Answers whether the report, if one is asked for, was written.
+    const auto report = [&](int exitStatus) {
+        if (line.reportPath.isEmpty())
+            return true;
+        const QString error = writeReport(line.reportPath, requests, results.snapshot(), exitStatus);
+        if (!error.isEmpty())
             printError(QStringLiteral("could not write the report %1: %2").arg(quoted(line.reportPath), error));
-            status = std::max<int>(status, ExitExportFailed);
-        }
-    }
+        return error.isEmpty();
+    };
+    // A run that a signal ends at once still leaves its report.
+    const interrupts::LastWords lastWords([&](int signal) { report(interrupts::exitStatusFor(signal)); });
+    runExports(factory, *settings, requests, options, results);
+
+    const int signal = interrupts::stopSignal();
+    int status = signal != 0 ? interrupts::exitStatusFor(signal) : exitStatusOf(results.snapshot());
+    if (!report(status))
+        status = std::max<int>(status, ExitExportFailed);
+    if (signal != 0)
+        printError(QString::fromLatin1(interrupts::interruptedMessage()));
     return status;
 }
 

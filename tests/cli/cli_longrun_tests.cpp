@@ -4,6 +4,8 @@
 
 #include "clirunner.h"
 
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QRegularExpression>
 #include <QStandardPaths>
 #include <QThread>
@@ -23,11 +25,12 @@ bool isWholeArchive(const QString& path)
     return runPython({"-c", "import sys, zipfile; sys.exit(zipfile.ZipFile(sys.argv[1]).testzip() is not None)", path}).ok;
 }
 
-// Starts an export of `frames` frames to big.xlsx and answers once `file` appears: the
-// temporary folder while frames are written, its archive while the workbook is packaged.
+// Starts an export of `frames` frames to big.xlsx, reported in report.json, and answers once
+// `file` appears: the temporary folder while frames are written, its archive while the
+// workbook is packaged.
 bool startAndReach(const CliWorkspace& space, QProcess& process, const QString& file, int frames = 2500)
 {
-    space.start(process, {"--synthetic", QString::number(frames), "big.xlsx"});
+    space.start(process, {"--report", "report.json", "--synthetic", QString::number(frames), "big.xlsx"});
     if (!process.waitForStarted())
         return false;
     for (int wait = 0; wait < 6000 && process.state() == QProcess::Running; ++wait) {
@@ -83,7 +86,12 @@ TEST(CliLongRun, SignalsEndTheRunAndItsTemporaryFiles)
                 "tavi-export: interrupted; unfinished exports were abandoned and their temporary "
                 "files removed\n"))
                 << error.toStdString();
+            // The report still tells a script what became of the export.
+            const QJsonObject report = QJsonDocument::fromJson(space.readFile("report.json")).object();
+            EXPECT_EQ(report["exitStatus"].toInt(), 128 + signal);
+            EXPECT_EQ(report["recordings"][0]["status"].toString(), "interrupted");
         }
+        QFile::remove(space.path("report.json"));
         expectTargetWholeOrUntouched(space);
         if (!packaging) {
             EXPECT_EQ(space.readFile("big.xlsx"), EarlierWorkbook);
