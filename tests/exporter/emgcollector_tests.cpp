@@ -54,16 +54,30 @@ TEST(EmgCollector, OutputRateAndSamplesPerFrame)
     }
 }
 
-TEST(EmgCollector, UnreadableRatesCountAsZero)
+TEST(EmgCollector, UnreadableRatesCountAsZeroAndExtraOrMissingEntriesAreTolerated)
 {
-    Recording rec = channelRecording({2000}, 60.0, 1, 1);
+    Recording rec = channelRecording({2000}, 60.0, 0, 0);
     rec.externalChannels.append({QStringLiteral("no info"), std::nullopt});
     rec.externalChannels.append({QStringLiteral("bad"), QMap<QString, QString>{{QStringLiteral("frameRate"), QStringLiteral("fast")}}});
+    for (int f = 0; f < 2; ++f) {
+        RecordingFrame frame;
+        // Four entries for three channels; channel 2 gets nothing in frame 0.
+        frame.externalData = {ExternalData{ZtVector(40, 1.0)}, ExternalData{ZtVector(40, 2.0)}};
+        if (f == 1)
+            frame.externalData.append({ExternalData{ZtVector(40, 3.0)}, ExternalData{ZtVector(40, 4.0)}});
+        rec.appendFrame(f, frame);
+    }
     RecordingHost host(rec);
     EmgCollector collector;
-    EXPECT_TRUE(collector.initialize(&host));
+    ASSERT_TRUE(collector.initialize(&host));
     EXPECT_EQ(collector.outputRate(), 2400);
     EXPECT_EQ(collector.channelCount(), 3);
+    collector.collectAndResample(0, 1, 0);
+    ASSERT_EQ(collector.resampled().size(), 3);
+    EXPECT_EQ(collector.resampled()[0].size(), 80u);
+    EXPECT_EQ(collector.resampled()[2].size(), 80u); // 40 samples stretched over both frames
+    EXPECT_EQ(collector.resampled()[2][79], 3.0);
+    EXPECT_TRUE(collector.hasResampledData());
 
     RecordingHost silent{Recording()};
     EXPECT_FALSE(collector.initialize(&silent));
@@ -88,28 +102,6 @@ TEST(EmgCollector, CollectsTheFramesTheExporterSelects)
     EXPECT_EQ(samples[99], channelSample(8, 0, 19));
     EXPECT_EQ(progress.size(), 5u);
     EXPECT_EQ(progress.back(), std::make_pair(0, 4));
-}
-
-TEST(EmgCollector, ExtraEntriesAndMissingChannelsAreTolerated)
-{
-    Recording rec = channelRecording({2400, 2400, 2400}, 60.0, 0, 0);
-    for (int f = 0; f < 2; ++f) {
-        RecordingFrame frame;
-        // Four entries for three channels; channel 2 gets nothing.
-        frame.externalData = {ExternalData{ZtVector(40, 1.0)}, ExternalData{ZtVector(40, 2.0)}};
-        if (f == 1)
-            frame.externalData.append({ExternalData{ZtVector(40, 3.0)}, ExternalData{ZtVector(40, 4.0)}});
-        rec.appendFrame(f, frame);
-    }
-    RecordingHost host(rec);
-    EmgCollector collector;
-    ASSERT_TRUE(collector.initialize(&host));
-    collector.collectAndResample(0, 1, 0);
-    ASSERT_EQ(collector.resampled().size(), 3);
-    EXPECT_EQ(collector.resampled()[0].size(), 80u);
-    EXPECT_EQ(collector.resampled()[2].size(), 80u); // 40 samples stretched over both frames
-    EXPECT_EQ(collector.resampled()[2][79], 3.0);
-    EXPECT_TRUE(collector.hasResampledData());
 }
 
 TEST(EmgCollector, ResamplingRules)
