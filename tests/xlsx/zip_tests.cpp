@@ -18,6 +18,7 @@
 #include <unistd.h>
 #include <utime.h>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <ctime>
@@ -67,8 +68,7 @@ Bytes randomBytes(std::size_t size, unsigned seed)
 {
     std::mt19937 engine(seed);
     Bytes bytes(size, '\0');
-    for (char& byte : bytes)
-        byte = static_cast<char>(engine());
+    std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<char>(engine()); });
     return bytes;
 }
 
