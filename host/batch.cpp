@@ -102,12 +102,16 @@ ExportResult exportOne(const BatchContext& context, const ExportRequest& request
     result.error = outcome.error;
     switch (outcome.status) {
     case ExportOutcome::Status::Interrupted:
-        // Nothing is printed for it: the run's own message tells of the interruption.
-        result.status = Status::Interrupted;
-        result.error.clear();
-        return result;
     case ExportOutcome::Status::Failed:
-        result.status = Status::Failed;
+        // A failure after a stop request is the interruption's doing (a signal during packaging
+        // removes the temporary folder from under the export). Nothing is printed for an
+        // interrupted export: the run's own message tells of it.
+        if (outcome.status == ExportOutcome::Status::Failed && interrupts::stopSignal() == 0) {
+            result.status = Status::Failed;
+        } else {
+            result.status = Status::Interrupted;
+            result.error.clear();
+        }
         return result;
     case ExportOutcome::Status::Written:
         break;
