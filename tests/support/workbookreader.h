@@ -33,23 +33,16 @@ struct DumpedSheet
     }
     double number(int row, int column) const { return cell(row, column).toDouble(); }
     QString text(int row, int column) const { return cell(row, column).toString(); }
-    // Row 1 as texts.
-    QStringList headers() const
-    {
-        QStringList out;
-        for (const QJsonValue& v : rows.at(0).toArray())
-            out << v.toString();
-        return out;
-    }
+    // Row 1 as texts, empty ones too.
+    QStringList headers() const { return QVariant(rows.at(0).toArray().toVariantList()).toStringList(); }
     // Number of cells in a row up to its last non-empty one.
     int usedColumns(int row) const
     {
         const QJsonArray r = rows.at(row - 1).toArray();
-        int last = 0;
-        for (int i = 0; i < r.size(); ++i)
-            if (!r.at(i).isNull())
-                last = i + 1;
-        return last;
+        int used = static_cast<int>(r.size());
+        while (used > 0 && r.at(used - 1).isNull())
+            --used;
+        return used;
     }
 };
 
