@@ -42,18 +42,16 @@ public:
         QObject* owner) override
     {
         ++registrations;
-        registeredDefaults = defaults;
         registeredDescriptions = descriptions;
         registeredOwner = owner;
-        createdSynchronizer = new FakeSettings(defaults);
+        createdSynchronizer = new FakeSettings(defaults); // holds the registered defaults
         return createdSynchronizer;
     }
 
     int registrations = 0;
-    QMap<QString, QVariant> registeredDefaults;
     QMap<QString, QString> registeredDescriptions;
     QObject* registeredOwner = nullptr;
-    AbstractSettingsSynchronizer* createdSynchronizer = nullptr;
+    FakeSettings* createdSynchronizer = nullptr;
 };
 
 class PluginTest : public ::testing::Test
@@ -152,7 +150,7 @@ TEST_F(PluginTest, InitializeRegistersTheSettingsThatOptionsPagesWrite)
     EXPECT_EQ(factory->settingsSynchronizer(), host.createdSynchronizer);
 
     // The plug-in's own defaults and descriptions, typed as the store keeps them.
-    EXPECT_EQ(host.registeredDefaults, exportSettingDefaults());
+    EXPECT_EQ(host.createdSynchronizer->values, exportSettingDefaults());
     EXPECT_EQ(host.registeredDescriptions, exportSettingDescriptions());
 
     // Every options page is new, and writes the registered store.
