@@ -34,4 +34,20 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${PROJECT_BINARY_DIR}/plugin/sd
 # The options dialog needs a window-system plug-in, and Qt's translations for its buttons.
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "qt6-qpa-plugins, qt6-translations-l10n")
 
+# What Debian puts beside every package's documentation: the copyright file, as it is, and
+# the changelog, compressed. The changelog's latest entry must be this version's.
+file(STRINGS "${PROJECT_SOURCE_DIR}/cmake/debian/changelog" latest_entry LIMIT_COUNT 1)
+if(NOT latest_entry MATCHES "^${CPACK_PACKAGE_NAME} \\(${PROJECT_VERSION}\\) ")
+    message(FATAL_ERROR "cmake/debian/changelog has no entry for ${PROJECT_VERSION} at its top")
+endif()
+set(compressed_changelog "${PROJECT_BINARY_DIR}/changelog.gz")
+add_custom_command(
+    OUTPUT "${compressed_changelog}"
+    COMMAND gzip -9 -n -c "${PROJECT_SOURCE_DIR}/cmake/debian/changelog" > "${compressed_changelog}"
+    DEPENDS "${PROJECT_SOURCE_DIR}/cmake/debian/changelog"
+    COMMENT "Compressing the package changelog"
+)
+add_custom_target(package_changelog ALL DEPENDS "${compressed_changelog}")
+install(FILES "${PROJECT_SOURCE_DIR}/cmake/debian/copyright" "${compressed_changelog}" DESTINATION "${TAVI_DOC_DIR}")
+
 include(CPack)
