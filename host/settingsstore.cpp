@@ -13,7 +13,6 @@ MemorySettingsSynchronizer::MemorySettingsSynchronizer(QMap<QString, QVariant> d
 
 QVariant MemorySettingsSynchronizer::value(const QString& key) const
 {
-    m_requestedKeys.append(key);
     const auto stored = m_values.constFind(key);
     return stored != m_values.cend() ? *stored : m_defaults.value(key);
 }

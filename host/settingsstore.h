@@ -15,8 +15,7 @@
 
 #include <variant>
 
-// Keeps the values in memory and notes the keys read through value(), in order, so that a
-// test can see what a plug-in asked for.
+// Keeps the values in memory, for a host without a settings file.
 class MemorySettingsSynchronizer : public AbstractSettingsSynchronizer
 {
 public:
@@ -28,14 +27,11 @@ public:
 
     const QMap<QString, QVariant>& defaults() const { return m_defaults; }
     const QMap<QString, QString>& descriptions() const { return m_descriptions; }
-    // Every key passed to value(), in call order, repeats included.
-    const QStringList& requestedKeys() const { return m_requestedKeys; }
 
 private:
     QMap<QString, QVariant> m_defaults;
     QMap<QString, QString> m_descriptions;
     QMap<QString, QVariant> m_values;
-    mutable QStringList m_requestedKeys;
 };
 
 // One setting's value for a single run, given on the command line as KEY=VALUE.

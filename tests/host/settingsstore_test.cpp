@@ -20,7 +20,7 @@ QByteArray fileBytes(const QString& path)
 
 } // namespace
 
-TEST(HostSettings, MemoryStoreAnswersDefaultsAndNotesWhatWasAsked)
+TEST(HostSettings, MemoryStoreAnswersDefaultsAndWhatWasSet)
 {
     MemorySettingsSynchronizer store(Defaults, {{"markers", "Markers"}});
     EXPECT_EQ(store.value("frameSkip"), QVariant(0));
@@ -30,7 +30,6 @@ TEST(HostSettings, MemoryStoreAnswersDefaultsAndNotesWhatWasAsked)
     EXPECT_EQ(store.value("markers"), QVariant(false));
     EXPECT_EQ(store.value("segmentPos"), QVariant(true));
     EXPECT_FALSE(store.value("unregistered").isValid());
-    EXPECT_EQ(store.requestedKeys(), (QStringList{"frameSkip", "frameSkip", "markers", "segmentPos", "unregistered"}));
     EXPECT_EQ(store.descriptions().value("markers"), "Markers");
 }
 
