@@ -2,8 +2,6 @@
 
 #include "abstractsettingssynchronizer.h"
 
-#include <algorithm>
-
 QMap<QString, QVariant> exportSettingDefaults()
 {
     QMap<QString, QVariant> defaults;
@@ -29,10 +27,7 @@ ExportSettings loadExportSettings(const AbstractSettingsSynchronizer* store)
     if (!store)
         return settings;
 
-    // Read wide and bounded here, where it enters the plug-in, so that no count or frame
-    // distance computed with skip + 1 can overflow.
-    const qlonglong frameSkip = store->value(QLatin1String(FrameSkipKey)).toLongLong();
-    settings.frameSkip = static_cast<int>(std::clamp<qlonglong>(frameSkip, 0, FrameSkipLimit));
+    settings.frameSkip = boundedFrameSkip(store->value(QLatin1String(FrameSkipKey)));
     for (int slot = 0; slot < DataSheetCount; ++slot) {
         const SheetId id = dataSheetAt(slot);
         settings.sheetEnabled[switchIndex(id)] = store->value(QLatin1String(sheetEntry(id).key)).toBool();

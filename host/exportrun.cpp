@@ -8,7 +8,6 @@
 
 #include <QFileInfo>
 
-#include <algorithm>
 #include <chrono>
 #include <memory>
 
@@ -91,7 +90,7 @@ ExportOutcome runExport(const ExportJob& job, ExportActivity& activity)
 
 std::int64_t effectiveFrameSkip(const AbstractSettingsSynchronizer& settings)
 {
-    return std::clamp(settings.value(QLatin1String(FrameSkipKey)).toInt(), 0, FrameSkipLimit);
+    return boundedFrameSkip(settings.value(QLatin1String(FrameSkipKey)));
 }
 
 std::int64_t exportedFrameCount(std::int64_t frameCalls, std::int64_t frameSkip)

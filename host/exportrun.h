@@ -77,7 +77,7 @@ ExportOutcome runExport(const ExportJob& job, ExportActivity& activity);
 // Whether standard error is a terminal, where a progress display belongs.
 bool standardErrorIsTerminal();
 
-// The frame skip the exporter applies for these settings (brought into 0..FrameSkipLimit) and the
-// number of frames it exports of `frameCalls`.
+// The frame skip the exporter applies for these settings (the stored value bounded as the
+// exporter bounds it) and the number of frames it exports of `frameCalls`.
 std::int64_t effectiveFrameSkip(const AbstractSettingsSynchronizer& settings);
 std::int64_t exportedFrameCount(std::int64_t frameCalls, std::int64_t frameSkip);
