@@ -140,8 +140,8 @@ void ExcelExporter::assemblePackage()
     pack("xl/workbook.xml", "workbook.xml");
     for (int number = 1; number < m_nextSheetNumber; ++number) {
         const QByteArray entryName = QStringLiteral("xl/worksheets/sheet%1.xml").arg(number).toUtf8();
-        const QByteArray bodyName = QStringLiteral("sheet%1.xml").arg(number).toUtf8();
-        const QString body = m_tempFolder + QString::fromUtf8(bodyName);
+        const QByteArray bodyName = "sheet" + QByteArray::number(number) + ".xml";
+        const QString body = m_tempFolder + QLatin1String(bodyName);
         xlsx::addWorksheetToZip(archive.get(), entryName.constData(), parts[static_cast<std::size_t>(number)],
             QDir::toNativeSeparators(body).toUtf8().constData(), ArchiveLevel);
         m_folder.removeFile(bodyName.constData());
